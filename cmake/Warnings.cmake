@@ -1,0 +1,10 @@
+# SPDX-License-Identifier: Apache-2.0
+# Link to pindesk_warnings to compile a target of ours with every warning an error.
+add_library(pindesk_warnings INTERFACE)
+target_compile_options(pindesk_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    target_compile_options(pindesk_warnings INTERFACE -Wsuggest-override -Wlogical-op
+        -Wduplicated-cond)
+endif()
