@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Opening a PC/SC context, listing its readers, and giving both back.
+
+#include "pindesk/readers.h"
+
+#include "pindesk/PinDesk.h"
+
+#include <cstring>
+#include <utility>
+
+long CContext::Establish()
+{
+    const LONG lResult = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &m_hContext);
+    if (lResult == SCARD_S_SUCCESS)
+        return result::OK;
+    m_hContext = 0;
+    return result::NO_CONTEXT;
+}
+
+SCARDCONTEXT CContext::Detach()
+{
+    return std::exchange(m_hContext, 0);
+}
+
+void CContext::Close()
+{
+    if (m_hContext != 0)
+        SCardReleaseContext(Detach());
+}
+
+CReaderList::~CReaderList()
+{
+    if (m_mszReaders)
+        SCardFreeMemory(m_hContext, m_mszReaders);
+}
+
+long CReaderList::List(SCARDCONTEXT hContext)
+{
+    m_hContext = hContext;
+    DWORD cchReaders = SCARD_AUTOALLOCATE; // PC/SC allocates, and writes the address of the list
+    const LONG lResult =
+        SCardListReaders(hContext, nullptr, reinterpret_cast<LPSTR>(&m_mszReaders), &cchReaders);
+    return lResult == SCARD_S_SUCCESS && m_mszReaders ? result::OK : result::NO_READER;
+}
+
+const char* CReaderList::At(long slot) const
+{
+    if (slot < 1 || !m_mszReaders)
+        return nullptr;
+    const char* szName = m_mszReaders;
+    while (*szName != '\0' && --slot > 0)
+        szName += std::strlen(szName) + 1;
+    return *szName != '\0' ? szName : nullptr;
+}
+
+long CReaderList::Count() const
+{
+    long lCount = 0;
+    while (At(lCount + 1))
+        ++lCount;
+    return lCount;
+}
