@@ -107,7 +107,7 @@ struct SPcscCalls {
             if (!mszReaders)
                 return SCARD_E_INVALID_PARAMETER;
             auto copy = std::make_unique<char[]>(list.size());
-            std::memcpy(copy.get(), list.data(), list.size());
+            std::copy(list.begin(), list.end(), copy.get());
             char* pList = copy.get();
             std::memcpy(mszReaders, &pList, sizeof pList);
             pcsc.m_lists.emplace(pList, std::pair(hContext, std::move(copy)));
@@ -117,7 +117,7 @@ struct SPcscCalls {
             return SCARD_S_SUCCESS;
         if (cchRoom < list.size())
             return SCARD_E_INSUFFICIENT_BUFFER;
-        std::memcpy(mszReaders, list.data(), list.size());
+        std::copy(list.begin(), list.end(), mszReaders);
         return SCARD_S_SUCCESS;
     }
 
