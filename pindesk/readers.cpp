@@ -61,3 +61,15 @@ long CReaderList::Count() const
         ++lCount;
     return lCount;
 }
+
+long CReaderAtSlot::Open(long slot)
+{
+    if (slot < 1)
+        return result::NO_READER;
+    if (const long lResult = m_context.Establish(); lResult != result::OK)
+        return lResult;
+    if (const long lResult = m_readers.List(m_context.Handle()); lResult != result::OK)
+        return lResult;
+    m_szName = m_readers.At(slot);
+    return m_szName ? result::OK : result::NO_READER;
+}

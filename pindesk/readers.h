@@ -54,4 +54,24 @@ private:
     char* m_mszReaders = nullptr; // names, each with its NUL, and an empty one
 };
 
+/// The reader at a slot, in a context of its own: how every call that takes a slot begins.
+class CReaderAtSlot {
+public:
+    /// Opens a context, lists its readers and goes to the slot, once in the life of the object.
+    /// \param slot  one-based; below 1 nothing is asked of PC/SC.
+    /// \return 0, -1 (no context), or -2 (slot below 1, no list, no such slot).
+    long Open(long slot);
+    /// The reader's name, in this object's memory. After Open() has returned 0.
+    const char* Name() const { return m_szName; }
+    /// The context; it stays this object's.
+    SCARDCONTEXT Context() const { return m_context.Handle(); }
+    /// Hands the context over: from here on the caller releases it, after this object's end.
+    [[nodiscard]] SCARDCONTEXT Detach() { return m_context.Detach(); }
+
+private:
+    CContext m_context; // released after the list
+    CReaderList m_readers;
+    const char* m_szName = nullptr;
+};
+
 #endif
