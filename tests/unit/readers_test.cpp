@@ -65,9 +65,12 @@ TEST_F(Readers, AtrTextIsWrittenOnlyWhereAllOfItFits)
         long lResult;
         long nAfter;
         bool bWritten;
-    } rows[] = {{38, 0, 38, true},  {37, 0, 38, false}, // room for the bytes, not for the text: the
-                                                        // length only
-                {19, 0, 38, false}, {18, -128, 18, false}, {0, -128, 0, false},
+    } rows[] = {{38, 0, 38, true},
+                {37, 0, 38, false}, // room for the bytes, not for the text: the
+                                    // length only
+                {19, 0, 38, false},
+                {18, -128, 18, false},
+                {0, -128, 0, false},
                 {-1, 0, 38, false}}; // compared unsigned, but no room
     for (const auto& row : rows) {
         SCOPED_TRACE(row.nRoom);
@@ -89,8 +92,8 @@ TEST_F(Readers, AtrLengthBeyondItsFieldIsNotBelieved)
     std::string buffer(400, '?');
     long nMaxChars = 400;
     EXPECT_EQ(0, PCSC_GetATR(1, buffer.data(), &nMaxChars));
-    EXPECT_EQ(2 * MAX_ATR_SIZE, nMaxChars);
-    EXPECT_EQ(std::string(2 * MAX_ATR_SIZE, '7') + '?', buffer.substr(0, 2 * MAX_ATR_SIZE + 1));
+    EXPECT_EQ(66, nMaxChars);
+    EXPECT_EQ(std::string(66, '7') + '?', buffer.substr(0, 67));
 }
 
 TEST_F(Readers, AtrOfAnEmptyReaderOrAFailedQueryIsNoCard)
