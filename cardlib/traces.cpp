@@ -26,30 +26,35 @@ int LevelOf(const char* szLevel)
 
 /// The environment as it was when the library was loaded.
 struct _init_traces {
-    _init_traces()
+    char* szOutFile; // owned
+    int iDebugLevel;
+};
+
+constinit _init_traces s_settings = {nullptr, -1};
+
+/// Fills the record, and empties it at unload: a message after that still finds the standard error.
+struct STraceLifetime {
+    STraceLifetime()
     {
         const char* szLevel = std::getenv("CK_DEBUG_LEVEL");
         const char* szFile = std::getenv("CK_DEBUG_FILE");
-        szOutFile = strdup(szFile ? szFile : "stderr");
-        iDebugLevel = LevelOf(szLevel);
+        s_settings.szOutFile = strdup(szFile ? szFile : "stderr");
+        s_settings.iDebugLevel = LevelOf(szLevel);
     }
-    ~_init_traces()
+    ~STraceLifetime()
     {
-        std::free(szOutFile);
-        szOutFile = nullptr; // a message after unload still finds the standard error
+        std::free(s_settings.szOutFile);
+        s_settings.szOutFile = nullptr;
     }
-    _init_traces(const _init_traces&) = delete;
-    _init_traces& operator=(const _init_traces&) = delete;
-
-    char* szOutFile = nullptr;
-    int iDebugLevel = -1;
+    STraceLifetime(const STraceLifetime&) = delete;
+    STraceLifetime& operator=(const STraceLifetime&) = delete;
 };
 
-/// Built by whoever traces first: a static initialiser of another file, or the load itself.
+/// Filled by whoever traces first: a static initialiser of another file, or the load itself.
 const _init_traces& TraceSettings()
 {
-    static const _init_traces settings;
-    return settings;
+    static const STraceLifetime lifetime;
+    return s_settings;
 }
 
 [[maybe_unused]] const _init_traces& s_readAtLoad = TraceSettings();
@@ -157,6 +162,7 @@ void CK_vsTraceStdErr(const char* lpszFormat, va_list args)
         return;
     const CSysTovanLock lock(s_log_mutex);
     const CErrorSink sink(settings.szOutFile);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started the list
     std::vfprintf(sink.File(), lpszFormat, args);
 }
 
@@ -189,6 +195,7 @@ void CK_vsTrace(const char* lpszFormat, va_list args)
         return;
     const CSysTovanLock lock(s_log_mutex);
     char szMessage[kTypedMessageSize];
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started the list
     if (std::vsnprintf(szMessage, sizeof szMessage, lpszFormat, args) < 0)
         return;
     FILE* pFile = std::fopen(kTypedLogFile, "a");
