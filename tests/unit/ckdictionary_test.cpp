@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The dictionary of settings and its items. The sanitizers watch ownership.
+
+#include "cardlib/ckdictionary.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+TEST(DictItem, ANumberIsStoredAsFourBytes)
+{
+    const CKDictItem item(0x0A0B0C0DL);
+    EXPECT_EQ(4u, item.size());
+    EXPECT_EQ(0x0A0B0C0DL, static_cast<long>(item));
+    EXPECT_EQ(0, std::memcmp(static_cast<const unsigned char*>(item), "\x0D\x0C\x0B\x0A", 4));
+    EXPECT_EQ(-2L, static_cast<long>(CKDictItem(-2L))) << "the sign is kept";
+    EXPECT_EQ(1L, static_cast<long>(CKDictItem(0x7700000001L))) << "the high half is not";
+}
+
+TEST(DictItem, TextAndBytesReadBackTerminated)
+{
+    const unsigned char bytes[] = {'a', 0, 'b', 'c', 'd'};
+    CKDictItem item(bytes, 3);
+    EXPECT_EQ(3u, item.size());
+    EXPECT_EQ(0, std::memcmp(static_cast<const unsigned char*>(item), "a\0b", 4));
+    EXPECT_EQ(0L, static_cast<long>(item)) << "fewer than four bytes are no number";
+    item.assign("hello");
+    EXPECT_EQ(5u, item.size());
+    EXPECT_STREQ("hello", static_cast<const char*>(item));
+}
+
+TEST(DictItem, EmptyReadsAsNothing)
+{
+    CKDictItem item("something");
+    const auto expectEmpty = [&item](const char* szHow) {
+        EXPECT_EQ(0u, item.size()) << szHow;
+        EXPECT_EQ(0L, static_cast<long>(item)) << szHow;
+        EXPECT_STREQ("", static_cast<const char*>(item)) << szHow;
+        EXPECT_EQ(nullptr, static_cast<const unsigned char*>(item)) << szHow;
+        item.assign(5L);
+    };
+    item.reset();
+    expectEmpty("reset");
+    item.assign("");
+    expectEmpty("empty text");
+    item.assign(static_cast<const char*>(nullptr));
+    expectEmpty("null text");
+    item.assign(nullptr, 3);
+    expectEmpty("null bytes");
+}
+
+/// Calls through a pointer of which the compiler and the sanitizer know nothing.
+__attribute__((noinline, no_sanitize("undefined"))) void DestroyThrough(CKDictItem* pItem)
+{
+    CKDictItem* volatile pOpaque = pItem;
+    pOpaque->Destroy();
+}
+
+TEST(DictItem, DestroyAcceptsANullPointer)
+{
+    DestroyThrough(CKDictItem::CreateInstance());
+    DestroyThrough(nullptr);
+}
+
+TEST(Dict, ReadingInsertsAndErasingDoesNotDestroy)
+{
+    CKDict dict;
+    EXPECT_EQ(nullptr, dict["KEY"]);
+    EXPECT_EQ(1u, dict.size());
+    CKDictItem* const pItem = new CKDictItem(7L);
+    dict["KEY"] = pItem;
+    dict["key"] = new CKDictItem(8L);
+    EXPECT_EQ(7L, static_cast<long>(*dict[std::string("KEY").c_str()]));
+    dict.erase("KEY");
+    dict.erase("KEY");
+    EXPECT_EQ(1u, dict.size());
+    EXPECT_EQ(7L, static_cast<long>(*pItem));
+    pItem->Destroy();
+}
+
+} // namespace
