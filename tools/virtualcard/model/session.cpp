@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Selection and security status.
+#include "model/session.h"
+
+#include "model/iso7816.h"
+
+#include <algorithm>
+
+namespace vcard {
+
+namespace {
+
+SSecurityObject* FindIn(SFile& df, std::uint8_t bId, std::initializer_list<EObjectKind> kinds)
+{
+    const auto it = std::find_if(df.objects.begin(), df.objects.end(), [&](const auto& object) {
+        return object.bId == bId &&
+               std::find(kinds.begin(), kinds.end(), object.Kind()) != kinds.end();
+    });
+    return it == df.objects.end() ? nullptr : &*it;
+}
+
+} // namespace
+
+SFile& CSession::Ef() const
+{
+    Require(m_pEf != nullptr, sw::NO_CURRENT_EF);
+    Require(m_pEf->bActive, sw::CONDITIONS);
+    return *m_pEf;
+}
+
+void CSession::SelectDf(std::vector<SFile*> path)
+{
+    for (const SFile* pLeft : m_path) {
+        if (std::find(path.begin(), path.end(), pLeft) != path.end())
+            continue;
+        for (const SSecurityObject& object : pLeft->objects)
+            Forget(object);
+    }
+    m_path = std::move(path);
+    m_pEf = nullptr;
+}
+
+SSecurityObject& CSession::Object(std::uint8_t bReference,
+                                  std::initializer_list<EObjectKind> kinds) const
+{
+    std::vector<SFile*> order = m_path;
+    if ((bReference & REFERENCE_LOCAL) != 0)
+        std::reverse(order.begin(), order.end());
+    for (SFile* pDf : order)
+        if (SSecurityObject* pObject = FindIn(*pDf, bReference & REFERENCE_MASK, kinds))
+            return *pObject;
+    throw SRefusal(sw::OBJECT_NOT_FOUND);
+}
+
+bool CSession::Allows(std::uint8_t bAccess) const
+{
+    if (bAccess == access::ALWAYS || bAccess == access::NEVER)
+        return bAccess == access::ALWAYS;
+    const std::uint8_t bId = bAccess & REFERENCE_MASK;
+    return std::any_of(m_path.begin(), m_path.end(), [&](SFile* pDf) {
+        const SSecurityObject* pObject =
+            FindIn(*pDf, bId, {EObjectKind::ePin, EObjectKind::eAuthKey});
+        return pObject != nullptr && IsVerified(*pObject);
+    });
+}
+
+bool CSession::AllowsIssuer(std::uint8_t bAccess) const
+{
+    return Allows(bAccess) ||
+           std::any_of(m_verified.begin(), m_verified.end(), [](const SSecurityObject* pObject) {
+               return pObject->Kind() == EObjectKind::eAuthKey;
+           });
+}
+
+void RequireAccess(const CSession& session, std::uint8_t bAccess)
+{
+    Require(session.Allows(bAccess), sw::NOT_ALLOWED);
+}
+
+} // namespace vcard
