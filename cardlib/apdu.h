@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Command and response APDUs of ISO/IEC 7816-4 as values, and the names of their bytes.
+// Internal: no public header includes this.
+
+#ifndef CARDLIB_APDU_H
+#define CARDLIB_APDU_H
+
+#include "cardlib/cktypes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <string.h>
+
+namespace cla {
+constexpr std::uint8_t ISO = 0x00;
+constexpr std::uint8_t PROPRIETARY = 0x80; ///< CardOS M4 commands beside the standard ones
+constexpr std::uint8_t ZT_KEY = 0x90;      ///< Zentaris34 key change
+constexpr std::uint8_t GSM = 0xA0;         ///< GET RESPONSE as CardOS M4 wants it with T=0
+constexpr std::uint8_t ZT_OBJECT = 0xB0;   ///< Zentaris34 handling of long key objects
+} // namespace cla
+
+namespace ins { // ISO/IEC 7816-4, -8 and -9 command names
+constexpr std::uint8_t DEACTIVATE = 0x04, VERIFY = 0x20, MANAGE_SECURITY_ENVIRONMENT = 0x22;
+constexpr std::uint8_t CHANGE_REFERENCE_DATA = 0x24, PERFORM_SECURITY_OPERATION = 0x2A;
+constexpr std::uint8_t RESET_RETRY_COUNTER = 0x2C, ACTIVATE = 0x44, GENERATE_KEY_PAIR = 0x46;
+constexpr std::uint8_t EXTERNAL_AUTHENTICATE = 0x82, GET_CHALLENGE = 0x84;
+constexpr std::uint8_t INTERNAL_AUTHENTICATE = 0x88, SELECT = 0xA4, READ_BINARY = 0xB0;
+constexpr std::uint8_t READ_RECORD = 0xB2, GET_RESPONSE = 0xC0, GET_DATA = 0xCA;
+constexpr std::uint8_t UPDATE_BINARY = 0xD6, PUT_DATA = 0xDA, UPDATE_RECORD = 0xDC;
+constexpr std::uint8_t CREATE_FILE = 0xE0, APPEND_RECORD = 0xE2, DELETE_FILE = 0xE4;
+// CardOS M4's own (class 80)
+constexpr std::uint8_t PHASE_CONTROL = 0x10, DIRECTORY = 0x16, GIVE_RANDOM = 0x86;
+// Zentaris34's own (class B0)
+constexpr std::uint8_t LOAD_KEY_FROM_FILE = 0xDE, EXTEND_OBJECT = 0xDF;
+} // namespace ins
+
+namespace p1 {
+constexpr std::uint8_t SELECT_MF = 0x00, SELECT_PATH_FROM_MF = 0x08, SELECT_PATH_FROM_DF = 0x09;
+constexpr std::uint8_t OLD_THEN_NEW = 0x00, NEW_ONLY = 0x01;
+constexpr std::uint8_t MSE_SET = 0xF1, MSE_RESTORE = 0xF3; ///< MANAGE SECURITY ENVIRONMENT
+constexpr std::uint8_t COMPUTE_SIGNATURE = 0x9E;           ///< PERFORM SECURITY OPERATION
+constexpr std::uint8_t CARD_DATA = 0x01;                   ///< GET DATA and PUT DATA of CardOS M4
+} // namespace p1
+
+namespace p2 {
+constexpr std::uint8_t SELECT_FCI = 0x00, SELECT_NO_ANSWER = 0x0C;
+constexpr std::uint8_t LOCAL_REFERENCE = 0x80; ///< the secret is searched from the current DF
+constexpr std::uint8_t DATA_TO_SIGN = 0x9A;    ///< after p1::COMPUTE_SIGNATURE
+constexpr std::uint8_t CARD_VERSION = 0x82, LIFE_CYCLE = 0x83; ///< after p1::CARD_DATA
+} // namespace p2
+
+namespace sw {
+constexpr std::uint16_t SUCCESS = 0x9000, END_OF_FILE = 0x6282, NO_FCI = 0x6284;
+constexpr std::uint16_t WRONG_LENGTH = 0x6700, AUTH_BLOCKED = 0x6983;
+constexpr std::uint16_t SM_OBJECTS_MISSING = 0x6987, SM_OBJECTS_WRONG = 0x6988;
+constexpr std::uint16_t WRONG_DATA = 0x6A80, NO_SUCH_OBJECT_FUNCTION = 0x6A81;
+constexpr std::uint16_t FILE_NOT_FOUND = 0x6A82, RECORD_NOT_FOUND = 0x6A83;
+constexpr std::uint16_t NOT_ENOUGH_MEMORY = 0x6A84, WRONG_OFFSET = 0x6B00, NO_DIAGNOSIS = 0x6F00;
+} // namespace sw
+
+constexpr WORD PSO_DECIPHER = 0x8086; ///< P1 P2 of PERFORM SECURITY OPERATION
+constexpr std::uint8_t PADDING_INDICATOR_NONE = 0x00;
+
+/// Control reference templates and their key references, ISO/IEC 7816-4.
+namespace crt {
+constexpr std::uint8_t KEY_REFERENCE = 0x83, PRIVATE_KEY_REFERENCE = 0x84;
+}
+
+namespace tag { // file control information, ISO/IEC 7816-4
+constexpr std::uint8_t FCI = 0x6F, SIZE = 0x80, DESCRIPTOR = 0x82, FID = 0x83, ACCESS = 0x86;
+constexpr std::uint8_t TOTAL_SIZE = 0x81, NEXT = 0x8A;
+constexpr std::uint8_t OBJECT = 0x6E; ///< security object, in PUT DATA
+} // namespace tag
+
+/// A short command under construction, in a buffer of fixed size that wipes itself.
+///
+/// Data keeps Lc right (its low byte: one administration command of this family carries more than
+/// 255 bytes). Too much data latches: Fits() is false and the sender refuses the command.
+class CCommandApdu {
+public:
+    static constexpr std::size_t HEADER = 5;
+    static constexpr std::size_t CAPACITY = HEADER + 1019;
+
+    CCommandApdu(std::uint8_t bCla, std::uint8_t bIns, std::uint8_t bP1, std::uint8_t bP2)
+        : m_ab{bCla, bIns, bP1, bP2}
+    {
+    }
+    ~CCommandApdu() { explicit_bzero(m_ab.data(), m_ab.size()); }
+    CCommandApdu(const CCommandApdu&) = delete;
+    CCommandApdu& operator=(const CCommandApdu&) = delete;
+
+    /// Appends to the data field; a null pointer appends zeros.
+    CCommandApdu& Data(const std::uint8_t* pb, std::size_t cb)
+    {
+        m_cb = std::max(m_cb, HEADER);
+        Append(pb, cb);
+        m_ab[HEADER - 1] = static_cast<std::uint8_t>(m_cb - HEADER);
+        return *this;
+    }
+    CCommandApdu& Data(std::initializer_list<std::uint8_t> bytes)
+    {
+        return Data(bytes.begin(), bytes.size());
+    }
+    CCommandApdu& Word(std::uint16_t w)
+    {
+        return Data({static_cast<std::uint8_t>(w >> 8), static_cast<std::uint8_t>(w)});
+    }
+    /// Closes the command with the expected length.
+    CCommandApdu& Le(std::uint8_t b) { return Raw({b}); }
+
+    /// Appends bytes that Lc does not count, for the commands whose Lc is not their length.
+    CCommandApdu& Raw(std::initializer_list<std::uint8_t> bytes)
+    {
+        Append(bytes.begin(), bytes.size());
+        return *this;
+    }
+
+    bool Fits() const { return m_bFits; }
+    std::uint8_t* data() { return m_ab.data(); }
+    const std::uint8_t* data() const { return m_ab.data(); }
+    std::size_t size() const { return m_cb; }
+
+private:
+    void Append(const std::uint8_t* pb, std::size_t cb)
+    {
+        if (cb > CAPACITY - m_cb) {
+            m_bFits = false;
+            return;
+        }
+        if (pb != nullptr && cb != 0) {
+            std::memcpy(m_ab.data() + m_cb, pb, cb);
+        }
+        m_cb += cb;
+    }
+
+    std::array<std::uint8_t, CAPACITY> m_ab{};
+    std::size_t m_cb = HEADER - 1;
+    bool m_bFits = true;
+};
+
+/// The answer to one command, in a zeroed buffer that wipes itself. A few bytes of slack behind the
+/// capacity let a reader of the data look past its end.
+class CResponseApdu {
+public:
+    static constexpr std::size_t MAX = 256;
+
+    /// \param cbCapacity  what is announced to the transport, at most MAX.
+    explicit CResponseApdu(std::size_t cbCapacity = MAX)
+        : m_cbCapacity(cbCapacity), m_cb(cbCapacity)
+    {
+    }
+    ~CResponseApdu() { explicit_bzero(m_ab.data(), m_ab.size()); }
+    CResponseApdu(const CResponseApdu&) = delete;
+    CResponseApdu& operator=(const CResponseApdu&) = delete;
+
+    /// Whether there is a status word, within the buffer.
+    bool Usable() const { return m_cb >= 2 && m_cb <= m_cbCapacity; }
+    std::uint16_t Sw() const
+    {
+        return static_cast<std::uint16_t>(m_ab[m_cb - 2] << 8 | m_ab[m_cb - 1]);
+    }
+    /// The capacity that the transport announces instead of the caller's.
+    void Announce(std::size_t cbCapacity) { m_cbCapacity = cbCapacity; }
+    std::uint8_t* data() { return m_ab.data(); }
+    std::uint8_t operator[](std::size_t i) const { return m_ab[i]; }
+    /// Whether a result is the card's own refusal, not a failure of the exchange.
+    bool Refused(long lResult) const { return Usable() && lResult == Sw(); }
+    /// Bytes in front of the status word.
+    std::size_t DataLength() const { return m_cb - 2; }
+    /// In: capacity; out: length. For the transport.
+    DWORD* Length() { return &m_cb; }
+
+    /// What the exchange came to: its own code, 0 for 9000, else the status word.
+    long Result(long lExchange) const
+    {
+        if (lExchange != 0) {
+            return lExchange;
+        }
+        if (!Usable()) {
+            return sw::NO_DIAGNOSIS;
+        }
+        return Sw() == sw::SUCCESS ? 0 : Sw();
+    }
+
+private:
+    std::array<std::uint8_t, MAX + 8> m_ab{};
+    std::size_t m_cbCapacity;
+    DWORD m_cb;
+};
+
+#endif
