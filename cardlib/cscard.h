@@ -72,6 +72,8 @@ public:
     /// Writes into the current EF and its cache; 7 for null or empty data.
     virtual long UpdateBinary(const CK_BYTE* pData, CK_ULONG uDataLen, CK_ULONG ulOffset);
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual" // hidden by a family on purpose
     /// Sends one command of at most 256 bytes; repeats it without limit while the card answers
     /// 6F00 or the PC/SC result ends in 0x79, unless the try guard forbids it for a command that
     /// carries a secret.
@@ -80,6 +82,7 @@ public:
     /// \return the PC/SC result, 0 on success; -1 when no valid card is bound.
     virtual long Transmit(CK_BYTE_PTR pbSendBuffer, DWORD cbSendLength, CK_BYTE_PTR pbRecvBuffer,
                           DWORD* pcbRecvLength);
+#pragma GCC diagnostic pop
 
     /// The card's answer to reset. A null buffer asks for its length.
     /// \return the PC/SC result; SCARD_E_INSUFFICIENT_BUFFER too for a reader name above 49 bytes.

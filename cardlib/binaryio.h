@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Transparent files in pieces of 64 bytes: the loops that all card families share. The sender is
+// the family's own: long(CCommandApdu&, CResponseApdu&).
+
+#ifndef CARDLIB_BINARYIO_H
+#define CARDLIB_BINARYIO_H
+
+#include "cardlib/apdu.h"
+
+#include <memory>
+#include <new>
+
+constexpr std::size_t BINARY_PIECE = 64;
+constexpr std::size_t BINARY_LAST_SLACK = 192; ///< announced beyond the last piece of a read
+constexpr CK_ULONG BINARY_END = 0x10000; ///< offsets have 16 bits; a larger one would wrap around
+
+inline CCommandApdu BinaryCommand(std::uint8_t bIns, CK_ULONG ulOffset)
+{
+    return {cla::ISO, bIns, static_cast<std::uint8_t>(ulOffset >> 8),
+            static_cast<std::uint8_t>(ulOffset)};
+}
+
+/// Reads l bytes from the current EF; pbOut is written only on success. The last piece may come
+/// short, its rest is then 0; more data than asked for is ignored.
+/// \return 0, the sender's failure, 0x6282 when the card delivers nothing although more is wanted,
+///         0x6B00 (nothing sent) when the range ends past 64 KiB, 0x6A84 when memory is short.
+template <typename TSend>
+long ReadBinaryInPieces(TSend send, std::size_t offset, std::size_t l, CK_BYTE* pbOut)
+{
+    if (offset + l > BINARY_END) {
+        return sw::WRONG_OFFSET;
+    }
+    const std::unique_ptr<CK_BYTE[]> work(new (std::nothrow) CK_BYTE[l + 1]());
+    if (work == nullptr) {
+        return sw::NOT_ENOUGH_MEMORY;
+    }
+    std::size_t done = 0;
+    for (bool bLast = false; !bLast;) {
+        const std::size_t wanted = std::min(l - done, BINARY_PIECE);
+        bLast = l - done <= BINARY_PIECE;
+        CResponseApdu response(bLast ? wanted + BINARY_LAST_SLACK : CResponseApdu::MAX);
+        CCommandApdu command = BinaryCommand(ins::READ_BINARY, offset + done);
+        const long lResult = send(command.Le(static_cast<std::uint8_t>(wanted)), response);
+        if (lResult != 0) {
+            return lResult;
+        }
+        const std::size_t got = std::min(response.DataLength(), wanted);
+        if (got == 0 && wanted != 0) {
+            return sw::END_OF_FILE;
+        }
+        std::memcpy(work.get() + done, response.data(), got);
+        done += got;
+    }
+    std::memcpy(pbOut, work.get(), l);
+    return 0;
+}
+
+/// Writes cb bytes into the current EF: whole pieces, then the rest.
+/// \return 0, the sender's failure, or 0x6B00 as above.
+template <typename TSend>
+long UpdateBinaryInPieces(TSend send, const CK_BYTE* pb, CK_ULONG cb, CK_ULONG ulOffset)
+{
+    if (cb > BINARY_END || ulOffset > BINARY_END - cb) {
+        return sw::WRONG_OFFSET;
+    }
+    for (CK_ULONG ulDone = 0; ulDone < cb;) {
+        const CK_ULONG ulPiece = std::min<CK_ULONG>(cb - ulDone, BINARY_PIECE);
+        CResponseApdu response;
+        CCommandApdu command = BinaryCommand(ins::UPDATE_BINARY, ulOffset + ulDone);
+        const long lResult = send(command.Data(pb + ulDone, ulPiece), response);
+        if (lResult != 0) {
+            return lResult;
+        }
+        ulDone += ulPiece;
+    }
+    return 0;
+}
+
+#endif
