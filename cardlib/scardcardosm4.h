@@ -40,11 +40,6 @@ struct _DirFileInfo {
     CK_BYTE fileType; ///< file descriptor byte
 };
 
-// Transmit with a const command stands beside the base's and hides it, so that no command of this
-// family can reach the card past the secure-messaging switch.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Woverloaded-virtual"
-
 /// A CardOS M4 session. Results as in CSCard; argument errors are values of _M4_errorcodes.
 ///
 /// A command that does not fit a short APDU is refused with eM4Error_invalid_args and not sent.
@@ -168,12 +163,17 @@ public:
     /// Writes the access and secure-messaging conditions of the current file.
     virtual long PutDataFCI(_M4_FileInfo_common* pInfo);
 
+    // Hides the base's Transmit on purpose: no command of this family can reach the card past the
+    // secure-messaging switch. GCC warns at the hidden declaration, clang here.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
     /// The one path of all commands of this family: protected when secure messaging is on and the
     /// instruction is listed (or there is no list), else plain.
     /// \param pcbRecvLength  in: capacity of pbRecvBuffer; out: length of the answer with its
     ///                       status word.
     virtual long Transmit(const CK_BYTE* pbSendBuffer, DWORD cbSendLength, CK_BYTE_PTR pbRecvBuffer,
                           DWORD* pcbRecvLength);
+#pragma GCC diagnostic pop
 
     /// The plain transport: up to ten attempts, 50 ms apart, while the reader fails in a passing
     /// way or the answer is empty; one GET RESPONSE after 61 00 with T=0. With the try guard on, a
@@ -186,6 +186,8 @@ public:
                                DWORD cbSendLength, CK_BYTE_PTR pbRecvBuffer, DWORD* pcbRecvLength);
 
     /// Sends a command under secure messaging with fresh randoms and unwraps the answer.
+    /// \param pbRecvBuffer  two bytes larger than the capacity: the status word that follows
+    ///                      deciphered data is not counted against it.
     /// \return -1 for a command shorter than 5 bytes or than its Lc says;
     ///         eM4Error_SM_LE_doesnt_fit_output when the answer's MAC or padding is wrong;
     ///         eM4Error_invalid_args when an unprotected answer exceeds the capacity.
@@ -229,7 +231,8 @@ public:
 
     /// Finds the data in a length-prefixed block: length (of all that follows), 00, data.
     /// \param ppData  receives a pointer into the block, or null.
-    /// \return false when the block is empty or shorter than it says.
+    /// \return false when the block is empty, or the data longer than the whole block. The two
+    ///         bytes in front of the data are not counted: check against the block before reading.
     static bool CCMS_Read(CK_BYTE_PTR pCCMSData, CK_ULONG cbCCMSData, CK_BYTE_PTR* ppData,
                           CK_ULONG_PTR pcbData);
 
@@ -247,7 +250,7 @@ public:
     CK_BYTE m_Des3Key_SIG[24];               ///< key of the MAC
     CK_BYTE m_Des3Key_ENC[24];               ///< key of the encryption
     CK_BYTE_PTR m_pbINSList;                 ///< owned: instructions to protect, or null
-    DWORD m_ulINSListLen;                    ///< how many
+    unsigned int m_ulINSListLen;             ///< how many
 
 protected:
     /// Sends through Transmit. \return a result as the class comment says.
@@ -259,24 +262,21 @@ protected:
     /// Makes the card's current file the recorded one.
     void BringFileInLine();
 
-    void ForgetSelection(const DFEF_Path& path);
+    /// Notes in the cache that a path exists, or is missing.
     void RememberSelection(DFEF_Path path, bool bExists);
 
 private:
     bool SelectFromCache(DFEF_Path& path, long& lResult);
-    long SelectOnCard(WORD fid, DWORD* len);
     void RecordSelection(WORD fid, int fidType, bool bPhysical);
     void RecordPathSelection(CK_BYTE* path, CK_ULONG ulFidsInPath, CK_BBOOL isDF, bool bPhysical);
     void RecordVerification(CK_BYTE kid, bool bVerified);
     void ForgetPosition();
     bool IsProtected(const CK_BYTE* pbSendBuffer, DWORD cbSendLength) const;
-    long ExchangeRandoms(CK_BYTE* pbChallenge, CK_BYTE* pbHostRandom);
+    long ExchangeRandoms(CK_BYTE* pbRandoms);
     long ReadLifeCycle(CK_BYTE& bLifeCycle);
     long ToggleLifeCycle();
-    long WriteRecord(const CCommandApdu& command);
-    long PutBSO(const CK_BYTE* pbBody, CK_ULONG cbBody);
+    long WriteRecord(CK_BYTE bIns, CK_BYTE bP1, CK_BYTE bP2, const CK_BYTE* pData, CK_BYTE cbData);
+    template <typename TWrite> long PutBSO(TWrite write);
 };
-
-#pragma GCC diagnostic pop
 
 #endif
