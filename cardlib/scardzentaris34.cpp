@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Zentaris34: identity, PINs and records.
+
+#include "cardlib/scardzentaris34.h"
+
+#include "cardlib/apdu.h"
+
+namespace {
+
+constexpr long kInvalidSession = -1;
+constexpr long kMissingArgument = -1;
+constexpr CK_BYTE kMaxCommandData = 251;
+constexpr CK_BYTE kClassKey = 0x20; // a key whose value may carry a two-byte header
+constexpr CK_BYTE kClassAnyKey = 0x20 | 0x10;
+constexpr CK_BYTE kKeyWithHeader = 0x82;
+constexpr CK_BYTE kKeyHeader = 2;
+
+} // namespace
+
+CSCardZentaris34::CSCardZentaris34(SCARDCONTEXT hContext, char* readerName)
+    : CSCardCardOSM4(hContext, readerName)
+{
+}
+
+CSCardZentaris34::~CSCardZentaris34() = default;
+
+const char* CSCardZentaris34::GetModelName()
+{
+    return "Mark&Seal 2048";
+}
+
+long CSCardZentaris34::GetFreeMemory(eMemoryType /*MemoryType*/, WORD& size)
+{
+    size = 0xFFFF;
+    return 0;
+}
+
+long CSCardZentaris34::SwitchToAdminLifeCycle()
+{
+    return 0;
+}
+
+long CSCardZentaris34::RevertFromAdminLifeCycle()
+{
+    return 0;
+}
+
+long CSCardZentaris34::ChangeReferenceData(CK_BYTE bsoId, CK_BYTE bsoClass, const CK_BYTE* pNewData,
+                                           CK_BYTE cbNewDataLen, const CK_BYTE* pOldData,
+                                           CK_BYTE cbOldDataLen)
+{
+    if ((bsoClass & kClassKey) != 0 && cbNewDataLen == kKeyWithHeader && pNewData != nullptr) {
+        pNewData += kKeyHeader;
+        cbNewDataLen -= kKeyHeader;
+    }
+    const bool bOldGiven = pOldData != nullptr && cbOldDataLen != 0;
+    if ((bsoClass & kClassAnyKey) != 0 && !bOldGiven) {
+        return ChangeKeyData(bsoId, bsoClass, pNewData, cbNewDataLen);
+    }
+    return CSCardCardOSM4::ChangeReferenceData(bsoId, bsoClass, pNewData, cbNewDataLen, pOldData,
+                                               cbOldDataLen);
+}
+
+long CSCardZentaris34::ChangeKeyData(CK_BYTE bsoId, CK_BYTE bsoClass, const CK_BYTE* pNewData,
+                                     CK_BYTE cbNewDataLen)
+{
+    if (!isValid()) {
+        return kInvalidSession;
+    }
+    if (bsoId == 0 || pNewData == nullptr || cbNewDataLen == 0) {
+        return kMissingArgument;
+    }
+    if (cbNewDataLen > kMaxCommandData) {
+        return eM4Error_invalid_args;
+    }
+    BringDFInLine();
+    return SendForStatus(
+        CCommandApdu(cla::ZT_KEY, ins::CHANGE_REFERENCE_DATA, bsoClass & 0x3F, bsoId)
+            .Data(pNewData, cbNewDataLen));
+}
+
+long CSCardZentaris34::ReadRecordTLV(CK_BYTE tag, CK_BYTE_PTR pData, CK_BYTE_PTR pcbData)
+{
+    for (int i = 1; i <= 0xFF; ++i) {
+        const auto nRecord = static_cast<CK_BYTE>(i);
+        CK_BYTE tmpTag = 0;
+        CK_BYTE tmpTagLen = 1;
+        const long lResult = ReadRecordAbsolute(nRecord, &tmpTag, &tmpTagLen);
+        if (lResult != 0) {
+            return lResult;
+        }
+        if (tmpTag == tag) {
+            return ReadRecordAbsolute(nRecord, pData, pcbData);
+        }
+    }
+    return sw::RECORD_NOT_FOUND;
+}
