@@ -16,42 +16,42 @@
 /// 7816-4 status word, when a card has neither of the two serial-number files.
 namespace result {
 constexpr long OK = 0;
-constexpr long NO_CONTEXT = -1;             ///< SCardEstablishContext failed
-constexpr long NO_READER = -2;              ///< slot below 1, no reader list, or no such slot
-constexpr long NO_CARD = -3;                ///< no card, or the connection failed
-constexpr long SELECT_FAILED = -4;          ///< the MF (or the serial-number EF) was not selected
-constexpr long SECURE_MESSAGING = -10;      ///< 6987, 6988 or 6A80 from the signature application
-constexpr long CHANGE_CNS_PIN = -15;        ///< changing the CNS PIN failed
-constexpr long CHANGE_CNS_PUK = -16;        ///< changing the CNS PUK failed
-constexpr long CHANGE_DS_PIN = -17;         ///< changing the DS PIN failed
-constexpr long CHANGE_DS_PUK = -18;         ///< changing the DS PUK failed
-constexpr long UNBLOCK_CNS_PIN = -20;       ///< resetting the CNS PIN with its PUK failed
-constexpr long UNBLOCK_DS_PIN = -21;        ///< resetting the DS PIN with its PUK failed
-constexpr long VERIFY_CNS_PIN = -22;        ///< the CNS PIN was not accepted (not blocked)
-constexpr long VERIFY_CNS_PUK = -23;        ///< the CNS PUK was not accepted (not blocked)
-constexpr long VERIFY_DS_PIN = -24;         ///< the DS PIN was not accepted (not blocked)
-constexpr long VERIFY_DS_PUK = -25;         ///< the DS PUK was not accepted (not blocked)
-constexpr long DEACTIVATION_REFUSED = -26;  ///< the card refused to deactivate the signature PIN
-constexpr long ADMIN_KEY_REFUSED = -27;     ///< authentication with the administration key failed
-constexpr long REACTIVATION_REFUSED = -28;  ///< the card refused to reactivate the signature PIN
-constexpr long NEW_DS_PIN_REFUSED = -29;    ///< the new DS PIN after a reactivation was refused
-constexpr long BLOCKED_CNS_PIN = -32;       ///< CNS PIN blocked, or the reader failed (see below)
-constexpr long READER_FAILED = -32;         ///< same value: the reader failed during a command that
-                                            ///< the operation builds itself
-constexpr long BLOCKED_CNS_PUK = -33;       ///< CNS PUK blocked
-constexpr long BLOCKED_DS_PIN = -34;        ///< DS PIN blocked
-constexpr long BLOCKED_DS_PUK = -35;        ///< DS PUK blocked
-constexpr long NEW_CNS_PIN_LENGTH = -56;    ///< new CNS PIN not of 5 to 8 bytes
-constexpr long NEW_CNS_PUK_LENGTH = -57;    ///< new CNS PUK not of 5 to 8 bytes
-constexpr long NEW_DS_PIN_LENGTH = -58;     ///< new DS PIN not of 5 to 8 bytes
-constexpr long NEW_DS_PUK_LENGTH = -59;     ///< new DS PUK not of 5 to 8 bytes
-constexpr long CNS_PIN_LENGTH = -60;        ///< CNS PIN not of 5 to 8 bytes
-constexpr long CNS_PUK_LENGTH = -61;        ///< CNS PUK not of 5 to 8 bytes
-constexpr long DS_PIN_LENGTH = -62;         ///< DS PIN not of 5 to 8 bytes
-constexpr long DS_PUK_LENGTH = -63;         ///< DS PUK not of 5 to 8 bytes
-constexpr long MISSING_ARGUMENT = -64;      ///< a buffer, or every secret, is missing
-constexpr long OTHER_CARD = -65;            ///< the card's serial number is not the expected one
-constexpr long SERIAL_UNREADABLE = -66;     ///< reading the serial-number file failed
+constexpr long NO_CONTEXT = -1;            ///< SCardEstablishContext failed
+constexpr long NO_READER = -2;             ///< slot below 1, no reader list, or no such slot
+constexpr long NO_CARD = -3;               ///< no card, or the connection failed
+constexpr long SELECT_FAILED = -4;         ///< the MF (or the serial-number EF) was not selected
+constexpr long SECURE_MESSAGING = -10;     ///< 6987, 6988 or 6A80 from the signature application
+constexpr long CHANGE_CNS_PIN = -15;       ///< changing the CNS PIN failed
+constexpr long CHANGE_CNS_PUK = -16;       ///< changing the CNS PUK failed
+constexpr long CHANGE_DS_PIN = -17;        ///< changing the DS PIN failed
+constexpr long CHANGE_DS_PUK = -18;        ///< changing the DS PUK failed
+constexpr long UNBLOCK_CNS_PIN = -20;      ///< resetting the CNS PIN with its PUK failed
+constexpr long UNBLOCK_DS_PIN = -21;       ///< resetting the DS PIN with its PUK failed
+constexpr long VERIFY_CNS_PIN = -22;       ///< the CNS PIN was not accepted (not blocked)
+constexpr long VERIFY_CNS_PUK = -23;       ///< the CNS PUK was not accepted (not blocked)
+constexpr long VERIFY_DS_PIN = -24;        ///< the DS PIN was not accepted (not blocked)
+constexpr long VERIFY_DS_PUK = -25;        ///< the DS PUK was not accepted (not blocked)
+constexpr long DEACTIVATION_REFUSED = -26; ///< the card refused to deactivate the signature PIN
+constexpr long ADMIN_KEY_REFUSED = -27;    ///< authentication with the administration key failed
+constexpr long REACTIVATION_REFUSED = -28; ///< the card refused to reactivate the signature PIN
+constexpr long NEW_DS_PIN_REFUSED = -29;   ///< the new DS PIN after a reactivation was refused
+constexpr long BLOCKED_CNS_PIN = -32;      ///< CNS PIN blocked, or the reader failed (see below)
+constexpr long READER_FAILED = -32;        ///< same value: the reader failed during a command that
+                                           ///< the operation builds itself
+constexpr long BLOCKED_CNS_PUK = -33;      ///< CNS PUK blocked
+constexpr long BLOCKED_DS_PIN = -34;       ///< DS PIN blocked
+constexpr long BLOCKED_DS_PUK = -35;       ///< DS PUK blocked
+constexpr long NEW_CNS_PIN_LENGTH = -56;   ///< new CNS PIN not of 5 to 8 bytes
+constexpr long NEW_CNS_PUK_LENGTH = -57;   ///< new CNS PUK not of 5 to 8 bytes
+constexpr long NEW_DS_PIN_LENGTH = -58;    ///< new DS PIN not of 5 to 8 bytes
+constexpr long NEW_DS_PUK_LENGTH = -59;    ///< new DS PUK not of 5 to 8 bytes
+constexpr long CNS_PIN_LENGTH = -60;       ///< CNS PIN not of 5 to 8 bytes
+constexpr long CNS_PUK_LENGTH = -61;       ///< CNS PUK not of 5 to 8 bytes
+constexpr long DS_PIN_LENGTH = -62;        ///< DS PIN not of 5 to 8 bytes
+constexpr long DS_PUK_LENGTH = -63;        ///< DS PUK not of 5 to 8 bytes
+constexpr long MISSING_ARGUMENT = -64;     ///< a buffer, or every secret, is missing
+constexpr long OTHER_CARD = -65;           ///< the card's serial number is not the expected one
+constexpr long SERIAL_UNREADABLE = -66;    ///< reading the serial-number file failed
 } // namespace result
 
 /// Changes a setting, or adds one, for all later operations of this process.

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The constants that a card issuer would replace. Internal.
+
+#ifndef PINDESK_CONSTANTS_H
+#define PINDESK_CONSTANTS_H
+
+/// The Triple-DES key used when a host asks for secure messaging, or for the administration key,
+/// without passing one. It is the key of the test cards; hosts pass their issuer's.
+constexpr unsigned char DEFAULT_DES3_KEY[24] = {
+    0x4A, 0x1F, 0x73, 0xC8, 0x25, 0x9D, 0xE0, 0xB6, 0x61, 0xD3, 0x08, 0x5E,
+    0xF7, 0x2A, 0x94, 0xCB, 0x4A, 0x1F, 0x73, 0xC8, 0x25, 0x9D, 0xE0, 0xB6,
+};
+
+/// The key presented to block the administration key: no card holds it.
+constexpr unsigned char pWRONG_DES3_KEY[24] = {
+    0xBA, 0xDC, 0x0D, 0xE5, 0x17, 0x3A, 0x5E, 0x91, 0x2C, 0x84, 0xF6, 0x6B,
+    0xD9, 0x03, 0x47, 0xAE, 0x75, 0x18, 0xC3, 0x9A, 0x52, 0xEF, 0x21, 0x6D,
+};
+
+/// The value written into the descriptor of a reactivated signature PIN.
+constexpr char DEFAULT_DS_PIN[] = "40271935";
+
+#endif
