@@ -69,6 +69,10 @@ public:
     /// \param cbNewDataLen  1 to 251 bytes; -1 for 0 or null data, eM4Error_invalid_args above.
     virtual long ChangeKeyData(CK_BYTE bsoId, CK_BYTE bsoClass, const CK_BYTE* pNewData,
                                CK_BYTE cbNewDataLen);
+
+private:
+    long SignThroughFile(const CK_BYTE* pDataToSign, CK_BYTE DataToSignLen, CK_BYTE_PTR pSignature,
+                         CK_ULONG_PTR puSignatureLen);
 };
 
 #endif
