@@ -124,10 +124,10 @@ void deskey(unsigned int (*schedule)[2], const unsigned char* key, int decrypt)
     const std::uint64_t cd = PermutedChoice1(key);
     const std::uint64_t c = Doubled(cd >> 28);
     const std::uint64_t d = Doubled(cd & MASK28);
-    for (int n = 0; n < fips46::ROUNDS; ++n) {
-        const int shift = 28 - totrot[static_cast<std::size_t>(n)];
+    for (std::size_t n = 0; n < totrot.size(); ++n) {
+        const int shift = 28 - totrot[n];
         const std::uint64_t roundKey = PermutedChoice2(c >> shift, d >> shift);
-        unsigned int(&pair)[2] = schedule[decrypt == 0 ? n : fips46::ROUNDS - 1 - n];
+        unsigned int(&pair)[2] = schedule[decrypt == 0 ? n : totrot.size() - 1 - n];
         pair[0] = static_cast<unsigned int>(roundKey);
         pair[1] = static_cast<unsigned int>(roundKey >> 32);
     }
@@ -135,10 +135,11 @@ void deskey(unsigned int (*schedule)[2], const unsigned char* key, int decrypt)
 
 void des3key(unsigned int (*schedule)[2], const unsigned char* key, int decrypt)
 {
-    const std::size_t first = decrypt == 0 ? 0 : 2;
-    deskey(schedule, key + first * KEY, decrypt);
-    deskey(schedule + fips46::ROUNDS, key + KEY, decrypt == 0 ? 1 : 0);
-    deskey(schedule + 2 * fips46::ROUNDS, key + (2 - first) * KEY, decrypt);
+    for (std::size_t n = 0; n < 3; ++n) { // E-D-E, or backwards D-E-D
+        const std::size_t nKey = decrypt == 0 ? n : 2 - n;
+        const bool bDecrypt = (decrypt != 0) != (n == 1);
+        deskey(schedule + n * descore::DES_ROUNDS, key + nKey * KEY, bDecrypt ? 1 : 0);
+    }
 }
 
 void des3(const unsigned int (*schedule)[2], unsigned char* block)

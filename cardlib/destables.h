@@ -12,8 +12,6 @@
 
 namespace fips46 {
 
-constexpr int ROUNDS = 16;
-
 /// Permuted choice 1: the 56 key bits that make C and D.
 constexpr std::array<std::uint8_t, 56> pc1 = {
     57, 49, 41, 33, 25, 17, 9,  1,  58, 50, 42, 34, 26, 18, 10, 2,  59, 51, 43,
@@ -22,8 +20,8 @@ constexpr std::array<std::uint8_t, 56> pc1 = {
 };
 
 /// Left rotations of C and D, from the start to each round.
-constexpr std::array<std::uint8_t, ROUNDS> totrot = {1,  2,  4,  6,  8,  10, 12, 14,
-                                                     15, 17, 19, 21, 23, 25, 27, 28};
+constexpr std::array<std::uint8_t, 16> totrot = {1,  2,  4,  6,  8,  10, 12, 14,
+                                                 15, 17, 19, 21, 23, 25, 27, 28};
 
 /// Permuted choice 2: the bits of C and D that make a round key, six for each S-box.
 constexpr std::array<std::uint8_t, 48> pc2 = {
