@@ -16,10 +16,13 @@ bool g_bNoMemory = false;
 
 } // namespace
 
-// Replaces the form that the library uses for them; the rest of the program allocates otherwise.
+// Replaces the form that the library uses for them. The memory comes from the usual one, so that
+// the sanitizer still pairs new and delete.
 void* operator new[](std::size_t cb, const std::nothrow_t&) noexcept
-{
+try {
     return g_bNoMemory ? nullptr : ::operator new[](cb);
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 namespace {
