@@ -174,6 +174,8 @@ struct PINDESK_API _M4_BSO_info : public _M4_TlvStructure {
 
     /// Wipes every field from ObjectClass to ObjectDataLen.
     void Reset();
+    /// Gives all access and secure-messaging conditions one value.
+    void SetDefaultConditions(CK_BYTE bValue);
 
     CK_BYTE ObjectClass; ///< see _eBsoClassMask
     CK_BYTE ObjectId;

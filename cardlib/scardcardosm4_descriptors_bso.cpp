@@ -55,6 +55,16 @@ _M4_BSO_info::~_M4_BSO_info()
     Reset();
 }
 
+void _M4_BSO_info::SetDefaultConditions(CK_BYTE bValue)
+{
+    for (const BsoByte field : kBsoAccess) {
+        this->*field = bValue;
+    }
+    for (const BsoByte field : kBsoSm) {
+        this->*field = bValue;
+    }
+}
+
 long _M4_BSO_info::ParseTLV(const CK_BYTE* /*pTlvData*/, CK_ULONG /*ulTlvDataSize*/)
 {
     return -1;
