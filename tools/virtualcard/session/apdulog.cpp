@@ -3,7 +3,7 @@
 // Names and masks APDUs. Names are those of ISO/IEC 7816-4, and the card maker's for its own
 // commands.
 
-#include "tools/virtualcard/session/apdulog.h"
+#include "session/apdulog.h"
 
 #include <algorithm>
 #include <string_view>

@@ -2,7 +2,7 @@
 //
 // Reads fault rules and counts APDUs.
 
-#include "tools/virtualcard/session/faults.h"
+#include "session/faults.h"
 
 #include <algorithm>
 #include <charconv>

@@ -2,7 +2,7 @@
 //
 // Reads a JSON file, and replaces it by way of a temporary file beside it.
 
-#include "tools/virtualcard/session/jsonfile.h"
+#include "session/jsonfile.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 //
 // The way of one command: latency, fault, model, files, log.
 
-#include "tools/virtualcard/session/session.h"
+#include "session/session.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -6,10 +6,10 @@
 #ifndef VIRTUALCARD_SESSION_SESSION_H
 #define VIRTUALCARD_SESSION_SESSION_H
 
-#include "tools/virtualcard/model/card.h"
-#include "tools/virtualcard/session/apdulog.h"
-#include "tools/virtualcard/session/faults.h"
-#include "tools/virtualcard/session/jsonfile.h"
+#include "model/card.h"
+#include "session/apdulog.h"
+#include "session/faults.h"
+#include "session/jsonfile.h"
 
 #include <chrono>
 #include <filesystem>

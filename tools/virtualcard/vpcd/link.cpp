@@ -2,7 +2,7 @@
 //
 // Messages over a TCP socket.
 
-#include "tools/virtualcard/vpcd/link.h"
+#include "vpcd/link.h"
 
 #include <algorithm>
 #include <arpa/inet.h>

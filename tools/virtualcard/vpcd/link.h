@@ -5,7 +5,7 @@
 #ifndef VIRTUALCARD_VPCD_LINK_H
 #define VIRTUALCARD_VPCD_LINK_H
 
-#include "tools/virtualcard/vpcd/stopsignal.h"
+#include "vpcd/stopsignal.h"
 
 #include <cstdint>
 #include <optional>

@@ -2,8 +2,8 @@
 //
 // pindesk-vcard: a virtual card in the virtual reader of a real pcscd.
 
-#include "tools/virtualcard/session/session.h"
-#include "tools/virtualcard/vpcd/plug.h"
+#include "session/session.h"
+#include "vpcd/plug.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>

@@ -2,9 +2,9 @@
 //
 // vpcd's protocol: a message of one byte is about power or asks for the ATR, any other is an APDU.
 
-#include "tools/virtualcard/vpcd/plug.h"
+#include "vpcd/plug.h"
 
-#include "tools/virtualcard/vpcd/link.h"
+#include "vpcd/link.h"
 
 namespace vcard {
 namespace {

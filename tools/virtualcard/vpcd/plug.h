@@ -5,8 +5,8 @@
 #ifndef VIRTUALCARD_VPCD_PLUG_H
 #define VIRTUALCARD_VPCD_PLUG_H
 
-#include "tools/virtualcard/session/session.h"
-#include "tools/virtualcard/vpcd/stopsignal.h"
+#include "session/session.h"
+#include "vpcd/stopsignal.h"
 
 #include <cstdint>
 

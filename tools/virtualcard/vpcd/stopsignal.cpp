@@ -2,7 +2,7 @@
 //
 // Waits on a signalfd beside another file.
 
-#include "tools/virtualcard/vpcd/stopsignal.h"
+#include "vpcd/stopsignal.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Status events: what a reader shows, and waiting until that changes.
+
+#include "inprocess/service.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vcard {
+namespace {
+
+constexpr DWORD COUNTER_SHIFT = 16; // pcscd counts insertions and removals in the upper half
+constexpr DWORD STATE_BITS = 0xFFFF & ~static_cast<DWORD>(SCARD_STATE_CHANGED);
+
+} // namespace
+
+LONG CService::Cancel(SCARDCONTEXT hContext)
+{
+    const Lock lock(m_mutex);
+    const auto found = m_contexts.find(hContext);
+    if (found == m_contexts.end()) {
+        return SCARD_E_INVALID_HANDLE;
+    }
+    found->second.bCancelled = true;
+    m_changed.notify_all();
+    return SCARD_S_SUCCESS;
+}
+
+LONG CService::WaitForChange(SCARDCONTEXT hContext, DWORD dwTimeout,
+                             std::span<SCARD_READERSTATE> states)
+{
+    using Clock = CReader::Clock;
+    Lock lock(m_mutex);
+    if (!m_contexts.contains(hContext)) {
+        return SCARD_E_INVALID_HANDLE;
+    }
+    const bool bKnown = m_reader.Exists() && std::ranges::all_of(states, [&](const auto& state) {
+                            return state.szReader == m_reader.Name();
+                        });
+    if (!bKnown) {
+        return SCARD_E_UNKNOWN_READER;
+    }
+    m_contexts[hContext].bCancelled = false;
+    const auto end = dwTimeout == INFINITE ? Clock::time_point::max()
+                                           : Clock::now() + std::chrono::milliseconds(dwTimeout);
+    for (;;) {
+        if (std::ranges::count_if(states, [&](auto& state) { return FillEvent(state); }) > 0) {
+            return SCARD_S_SUCCESS;
+        }
+        if (Clock::now() >= end) {
+            return SCARD_E_TIMEOUT;
+        }
+        m_changed.wait_until(lock, m_reader.Present() ? end : std::min(end, m_reader.Back()));
+        const auto context = m_contexts.find(hContext);
+        if (context == m_contexts.end() || context->second.bCancelled) {
+            return SCARD_E_CANCELLED;
+        }
+    }
+}
+
+/// Fills in the event; true when it differs from what the owner of the state knew.
+bool CService::FillEvent(SCARD_READERSTATE& state) const
+{
+    const DWORD dwEvent = EventState();
+    const DWORD dwKnown = state.dwCurrentState;
+    const bool bCounterKnown = (dwKnown >> COUNTER_SHIFT) != 0;
+    const bool bChanged = dwKnown == SCARD_STATE_UNAWARE ||
+                          (dwKnown & STATE_BITS) != (dwEvent & STATE_BITS) ||
+                          (bCounterKnown && dwKnown >> COUNTER_SHIFT != dwEvent >> COUNTER_SHIFT);
+    state.dwEventState = dwEvent | (bChanged ? SCARD_STATE_CHANGED : 0);
+    const Bytes atr = m_reader.Present() ? m_reader.Atr() : Bytes{};
+    state.cbAtr = atr.size();
+    std::copy(atr.begin(), atr.end(), state.rgbAtr);
+    return bChanged;
+}
+
+DWORD CService::EventState() const
+{
+    const DWORD dwCounter = (m_reader.Movements() & 0xFFFF) << COUNTER_SHIFT;
+    if (!m_reader.Present()) {
+        return dwCounter | SCARD_STATE_EMPTY;
+    }
+    const bool bExclusive = std::ranges::any_of(
+        m_connections, [](const auto& entry) { return entry.second.bExclusive; });
+    const DWORD dwUse = m_connections.empty() ? 0UL : SCARD_STATE_INUSE;
+    return dwCounter | SCARD_STATE_PRESENT | dwUse | (bExclusive ? SCARD_STATE_EXCLUSIVE : 0UL);
+}
+
+} // namespace vcard
