@@ -76,7 +76,7 @@ private:
 
 std::optional<nlohmann::json> CJsonFile::Load() const
 {
-    if (m_path.empty() || !std::filesystem::exists(m_path)) {
+    if (!Wanted() || !std::filesystem::exists(m_path)) {
         return std::nullopt;
     }
     std::ifstream file(m_path);
@@ -92,7 +92,7 @@ std::optional<nlohmann::json> CJsonFile::Load() const
 
 void CJsonFile::Save(const nlohmann::json& content)
 {
-    if (m_path.empty() || content == m_saved) {
+    if (!Wanted() || content == m_saved) {
         return;
     }
     CTemporaryFile file(m_path);

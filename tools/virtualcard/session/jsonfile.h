@@ -16,6 +16,8 @@ public:
     /// \param path  where it lies; an empty path is a file that is never read nor written
     explicit CJsonFile(std::filesystem::path path) : m_path(std::move(path)) {}
 
+    bool Wanted() const { return !m_path.empty(); }
+
     /// Its content, or nothing where there is no such file.
     /// \throws std::runtime_error  with the path, when it cannot be read or is no JSON
     std::optional<nlohmann::json> Load() const;

@@ -85,8 +85,12 @@ SExchange CSession::Spoil(const SFault& fault, std::span<const std::uint8_t> com
 
 void CSession::Save()
 {
-    m_state.Save(m_card.State());
-    m_counters.Save(m_card.Counters());
+    if (m_state.Wanted()) {
+        m_state.Save(m_card.State());
+    }
+    if (m_counters.Wanted()) {
+        m_counters.Save(m_card.Counters());
+    }
 }
 
 } // namespace vcard
