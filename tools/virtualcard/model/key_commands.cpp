@@ -90,10 +90,16 @@ SAnswer Decipher(SMachine& card, const SCommand& command, const Bytes& keyBlock)
     return {};
 }
 
-void RequireLoadable(SMachine& card, const SSecurityObject& key, std::size_t accessPosition)
+void RequireLoadable(const CSession& session, const SSecurityObject& key, std::size_t position)
 {
-    if (!card.session.TakeCreated(key))
-        RequireAccess(card.session, key.abAccess[accessPosition]);
+    if (!session.IsCreated(key))
+        RequireAccess(session, key.abAccess[position]);
+}
+
+void SetKey(CSession& session, SSecurityObject& key, const Bytes& keyBlock)
+{
+    key.abValue = keyBlock;
+    session.Forget(key);
 }
 
 /// The public half, as two data objects with BER lengths: 81 modulus, 82 exponent.
@@ -145,13 +151,13 @@ SAnswer GenerateKeyPair(SMachine& card, const SCommand& command)
     SFile* pPublic = card.session.Df().Child(Word(data[2], data[3]));
     Require(pPublic != nullptr, sw::FILE_NOT_FOUND);
     Require(pPublic->IsTransparent(), sw::INCOMPATIBLE_FILE);
-    RequireLoadable(card, key, object_access::GENERATE);
+    RequireLoadable(card.session, key, object_access::GENERATE);
     const SRsaKeyPair pair = GenerateRsaKeyPair(wBits != 0 ? wBits : 2048, exponent);
     const Bytes publicKey = PublicKeyObjects(pair);
     Require(publicKey.size() <= pPublic->abBody.size(), sw::NO_MEMORY);
 
     Store(publicKey, *pPublic);
-    key.abValue = pair.abKeyBlock;
+    SetKey(card.session, key, pair.abKeyBlock);
     return {};
 }
 
@@ -169,8 +175,8 @@ SAnswer LoadRsaKey(SMachine& card, const SCommand& command)
     Require(ef.IsTransparent(), sw::INCOMPATIBLE_FILE);
     RequireAccess(card.session, ef.abAccess[file_access::READ]);
     Require(IsSoundKeyBlock(ef.abBody), sw::WRONG_DATA);
-    RequireLoadable(card, key, object_access::CHANGE);
-    key.abValue = ef.abBody;
+    RequireLoadable(card.session, key, object_access::CHANGE);
+    SetKey(card.session, key, ef.abBody);
     return {};
 }
 

@@ -34,10 +34,10 @@ void TakeNewValue(SMachine& card, SSecurityObject& object, ByteView value)
 void ChangeAlone(SMachine& card, SSecurityObject& object, ByteView value)
 {
     Require(object.bActive, sw::DEACTIVATED);
-    if (!card.session.TakeCreated(object))
+    if (!card.session.IsCreated(object))
         RequireAccess(card.session, object.abAccess[object_access::CHANGE]);
     TakeNewValue(card, object, value);
-    card.session.ClearVerified(object); // the new value has yet to be proved
+    card.session.Forget(object); // the new value has yet to be proved
 }
 
 /// Old and new value in a row.

@@ -45,7 +45,8 @@ public:
     bool AllowsIssuer(std::uint8_t bAccess) const;
     /// Whoever creates an object may give it its value once, whatever its conditions say.
     void SetCreated(const SSecurityObject& object) { m_created.insert(&object); }
-    bool TakeCreated(const SSecurityObject& object) { return m_created.erase(&object) != 0; }
+    bool IsCreated(const SSecurityObject& object) const { return m_created.count(&object) != 0; }
+    /// Neither verified nor fresh any more.
     void Forget(const SSecurityObject& object)
     {
         m_verified.erase(&object);
