@@ -20,6 +20,8 @@ namespace {
 
 using CSchedulePtr = const unsigned int (*)[2];
 
+constexpr std::size_t SIDE_BY_SIDE = 3; // as many blocks as fit the registers
+
 void EncryptBlocks(CSchedulePtr schedule, unsigned char* iv, const unsigned char* in,
                    unsigned char* out, std::size_t nBlocks)
 {
@@ -53,10 +55,12 @@ void DecryptBlocks(CSchedulePtr schedule, unsigned char* iv, const unsigned char
                    unsigned char* out, std::size_t nBlocks)
 {
     CState chain = descore::Load(iv);
-    for (; nBlocks >= 2; nBlocks -= 2, in += 2 * BLOCK, out += 2 * BLOCK) {
-        DecryptGroup<2>(schedule, chain, in, out);
+    for (; nBlocks >= SIDE_BY_SIDE; nBlocks -= SIDE_BY_SIDE) {
+        DecryptGroup<SIDE_BY_SIDE>(schedule, chain, in, out);
+        in += SIDE_BY_SIDE * BLOCK;
+        out += SIDE_BY_SIDE * BLOCK;
     }
-    if (nBlocks == 1) {
+    for (; nBlocks > 0; --nBlocks, in += BLOCK, out += BLOCK) {
         DecryptGroup<1>(schedule, chain, in, out);
     }
     descore::Store(chain, iv);
