@@ -139,8 +139,10 @@ protected:
     /// Keeps bytes of the current EF; the cache is an optimisation, its failure is none.
     void StoreInCache(CK_ULONG ulOffset, CK_ULONG ulLen, const CK_BYTE* pData);
 
-private:
+    /// Sends a command through Transmit. \return 0 for 9000, else as the card operations.
     long Send(CCommandApdu& command, CResponseApdu& response);
+
+private:
     void TrackSelection(WORD fid, int fidType);
 };
 
