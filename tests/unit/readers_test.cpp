@@ -88,7 +88,7 @@ TEST_F(Readers, AtrTextIsWrittenOnlyWhereAllOfItFits)
 
 TEST_F(Readers, AtrLengthBeyondItsFieldIsNotBelieved)
 {
-    card.Readers({{"Reader A", std::string(2 * 200, '7')}});
+    card.Readers({{"Reader A", std::string(400, '7')}});
     std::string buffer(400, '?');
     long nMaxChars = 400;
     EXPECT_EQ(0, PCSC_GetATR(1, buffer.data(), &nMaxChars));
