@@ -1,6 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 # libpindesk.so. Its objects are also what the unit tests link, over a scripted PC/SC.
 file(GLOB PINDESK_SOURCES CONFIGURE_DEPENDS cardlib/*.cpp pindesk/*.cpp)
+if(PINDESK_FUZZ)
+    list(FILTER PINDESK_SOURCES EXCLUDE REGEX "_jni\\.cpp$") # no card reaches it, no JDK needed
+else()
+    find_package(Java REQUIRED COMPONENTS Development)
+    file(REAL_PATH ${Java_JAVAC_EXECUTABLE} JAVAC)
+    cmake_path(SET JAVA_HOME NORMALIZE ${JAVAC}/../..) # the headers of the JDK that compiles
+    find_package(JNI REQUIRED COMPONENTS JVM)
+endif()
 
 add_library(pindesk_objects OBJECT ${PINDESK_SOURCES})
 target_include_directories(pindesk_objects PUBLIC ${PROJECT_SOURCE_DIR})
@@ -8,6 +16,10 @@ target_include_directories(pindesk_objects SYSTEM PUBLIC ${PCSCLITE_INCLUDE_DIRS
 target_compile_options(pindesk_objects PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden)
 target_compile_definitions(pindesk_objects PRIVATE PINDESK_BUILDING)
 target_link_libraries(pindesk_objects PRIVATE pindesk_warnings pindesk_hardening)
+if(NOT PINDESK_FUZZ)
+    target_include_directories(pindesk_objects SYSTEM PUBLIC ${JNI_INCLUDE_DIRS})
+    target_link_libraries(pindesk_objects PUBLIC pindesk_jni_header) # from the Java class
+endif()
 
 add_library(pindesk SHARED)
 target_sources(pindesk PRIVATE $<TARGET_OBJECTS:pindesk_objects>)
