@@ -22,9 +22,10 @@ struct PINDESK_API DFEF_Path {
     /// An empty path with no flag set.
     DFEF_Path() = default;
     /// The path of a file that exists.
-    /// \param path   n pairs of bytes, each a file identifier, high byte first; null gives no
-    /// identifiers. \param n      number of pairs; those after the 256th are left out. \param isDF
-    /// whether the path names a DF.
+    /// \param path  n pairs of bytes, each a file identifier, high byte first; null gives no
+    ///              identifiers.
+    /// \param n     number of pairs; those after the 256th are left out.
+    /// \param isDF  whether the path names a DF.
     DFEF_Path(const CK_BYTE* path, CK_ULONG n, CK_BBOOL isDF);
 
     /// Adds one identifier at the end. \return false, and unchanged, when the path is full.

@@ -18,17 +18,18 @@ extern PINDESK_API const unsigned long sizeof_SHA1_OID;
 extern PINDESK_API const unsigned long sizeof_SHA256_OID;
 
 /// Pads data to a block of type 1: 00 01, FF as often as needed, 00, data. Data as long as the
-/// block is copied as it is. \param toPad        the data, Len bytes. \param Padded       receives
-/// ulBlockSize bytes; must not overlap toPad. \param ulBlockSize  Len or at least Len + 3; there is
-/// no minimum of FF bytes. \return 1; 0 when the block is too small (which is traced), Len is
-/// negative or a pointer null.
+/// block is copied as it is.
+/// \param toPad        the data, Len bytes.
+/// \param Padded       receives ulBlockSize bytes; must not overlap toPad.
+/// \param ulBlockSize  Len or at least Len + 3; there is no minimum of FF bytes.
+/// \return 1; 0 when the block is too small (which is traced), Len is negative or a pointer null.
 PINDESK_API unsigned char SignaturePKCS1Padding(const unsigned char* toPad, int Len,
                                                 unsigned char* Padded, unsigned long ulBlockSize);
 
 /// Pads data to a block of type 2, as above but with 02 and random bytes in place of 01 and FF. The
 /// random bytes are rand() % 255: never FF, perhaps 0 (which shortens the padding for a reader),
-/// and as unpredictable as the host's srand() makes them. \return 1; 0 when the block is too small,
-/// Len is negative or a pointer null.
+/// and as unpredictable as the host's srand() makes them.
+/// \return 1; 0 when the block is too small, Len is negative or a pointer null.
 PINDESK_API unsigned char EncryptionPKCS1Padding(const unsigned char* toPad, int Len,
                                                  unsigned char* Padded, unsigned long ulBlockSize);
 

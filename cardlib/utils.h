@@ -27,8 +27,10 @@ PINDESK_API bool GetForceUseSecondDF();
 
 /// Checks a flat chain of elements: one tag byte, one length byte (0 to 255, no long form), the
 /// value. The last value may lack its last byte, which cards in the field do; a tag as the last
-/// byte of the chain makes it invalid. \param pTlv       the chain; null is invalid. \param
-/// ulTlvSize  its length in bytes; below 2 it is invalid. \return 1 for a valid chain, else 0.
+/// byte of the chain makes it invalid.
+/// \param pTlv       the chain; null is invalid.
+/// \param ulTlvSize  its length in bytes; below 2 it is invalid.
+/// \return 1 for a valid chain, else 0.
 PINDESK_API BOOL TLV_Validate(const unsigned char* pTlv, unsigned long ulTlvSize);
 
 /// Finds the first element with a tag in a chain as TLV_Validate describes it.
@@ -64,9 +66,9 @@ PINDESK_API CK_ULONG GetAttribute(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pT
 /// Copies a value.
 /// \param pValue            receives the value if it fits; may be null to ask for the length.
 /// \param pulAttributeSize  in: bytes at pValue; out: the value's length, also when it does not
-/// fit. \return false if there is no such record, no template or no pulAttributeSize; otherwise
-/// true, also
-///         when the value did not fit.
+///                          fit.
+/// \return false if there is no such record, no template or no pulAttributeSize; otherwise true,
+///         also when the value did not fit.
 PINDESK_API bool GetAttribute2(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate,
                                CK_ULONG ulCount, void* pValue, CK_ULONG* pulAttributeSize,
                                CK_ULONG* pulPosition);
@@ -84,12 +86,14 @@ PINDESK_API CK_ULONG GetAttributeLen(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE*
                                      CK_ULONG ulCount);
 
 /// Gives each record of non-zero length a new value buffer of that length, not initialised. A
-/// pointer that was there is overwritten and not freed. \return false for no template, or when
-/// memory is short (the record that failed has a null pValue).
+/// pointer that was there is overwritten and not freed.
+/// \return false for no template, or when memory is short (the record that failed has a null
+///         pValue).
 PINDESK_API bool CK_TemplateAlloc(CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount);
 
 /// Frees the values of non-zero length and clears pValue and ulValueLen of each record; frees the
-/// array too, unless bFreeJustContents is set. \return false for no template.
+/// array too, unless bFreeJustContents is set.
+/// \return false for no template.
 PINDESK_API bool CK_TemplateFree(CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount, bool bFreeJustContents);
 
 /// Makes a new array of the same records, each value with non-zero length in a buffer of its own.
@@ -102,9 +106,9 @@ PINDESK_API bool CK_TemplateCopy(const CK_ATTRIBUTE* pTemplateSource, CK_ULONG u
 /// Makes a new array of template 2's records, overwritten and followed by template 1's: template 1
 /// wins. A record of template 1 whose type is that of the first record of template 2 is appended
 /// and does not replace it, and a value of length 0 leaves type and length of the record it
-/// overwrites. \return false for two empty templates, a null output, a null template with records,
-/// or when memory is
-///         short; otherwise true. An empty template 1 gives true and writes no output.
+/// overwrites.
+/// \return false for two empty templates, a null output, a null template with records, or when
+///         memory is short; otherwise true. An empty template 1 gives true and writes no output.
 PINDESK_API bool CK_TemplateMerge(const CK_ATTRIBUTE* pTemplate1, CK_ULONG ulCount1,
                                   const CK_ATTRIBUTE* pTemplate2, CK_ULONG ulCount2,
                                   CK_ATTRIBUTE** ppTemplateOut, CK_ULONG* pulTemplateOutCount);
