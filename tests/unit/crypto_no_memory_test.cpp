@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <new>
+#include <utility>
 
 #include "cardlib/crypt.h"
 #include "cardlib/pkcs1.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-bool g_bNoMemory = false;
+std::size_t g_cbMost = std::size_t{1} << 32; // above it a sanitizer would end the program
 
 } // namespace
 
@@ -20,7 +21,7 @@ bool g_bNoMemory = false;
 // the sanitizer still pairs new and delete.
 void* operator new[](std::size_t cb, const std::nothrow_t&) noexcept
 try {
-    return g_bNoMemory ? nullptr : ::operator new[](cb);
+    return cb > g_cbMost ? nullptr : ::operator new[](cb);
 } catch (const std::bad_alloc&) {
     return nullptr;
 }
@@ -32,9 +33,10 @@ using scripted::FromHex;
 
 class NoMemory : public testing::Test {
 protected:
-    void SetUp() override { g_bNoMemory = true; }
-    void TearDown() override { g_bNoMemory = false; }
+    void SetUp() override { std::swap(m_cbMost, g_cbMost); }
+    void TearDown() override { std::swap(m_cbMost, g_cbMost); }
 
+    std::size_t m_cbMost = 0;
     const Bytes m_key = Bytes(24, 0x42);
     const Bytes m_data = FromHex("81 06 01 02 03 04 05 06");
     unsigned long m_cb = 8;
