@@ -270,9 +270,11 @@ TEST(SmxcResponse, WithAnotherChecksumIsNotVerified)
         EXPECT_EQ(kNotVerified, Open(data + wrong + kOk)) << n;
     }
     EXPECT_EQ(kNotVerified, Open(data + Checksum(data, Bytes(8)) + kOk)) << "other randoms";
-    for (std::size_t cb = 0; cb < 8; ++cb) { // fewer than eight bytes never match
+    // Fewer than eight bytes never match, even if the next object goes on with the right ones.
+    for (std::size_t cb = 0; cb < 8; ++cb) {
         const Bytes part(good.begin() + 2, good.begin() + 2 + static_cast<long>(cb));
-        EXPECT_EQ(kNotVerified, Open(data + Object(0x8E, part) + kOk)) << cb;
+        const Bytes next = Object(good[2 + cb], {});
+        EXPECT_EQ(kNotVerified, Open(data + Object(0x8E, part) + next + kOk)) << cb;
     }
     const Bytes longer = Object(0x8E, Bytes(good.begin() + 2, good.end()) + FromHex("55"));
     EXPECT_EQ(Plain(FromHex("AA BB")), Open(data + longer + kOk)) << "its first eight bytes count";
