@@ -66,14 +66,16 @@ long Detect(CSCard& card, long* scardType)
     CSelector files(card);
     if (!files.SelectMf())
         return result::SELECT_FAILED;
-    const bool bCns = files.Select(FileIdSetting("SETTING_CNS_DF1"));
     *scardType = layout::UNKNOWN;
-    if (!bCns && !files.Select(FileIdSetting("SETTING_CNS_DS_DF")))
-        return DetectOthers(card, files, scardType);
-
-    if (!bCns)
+    long lResult = result::OK;
+    if (files.Select(FileIdSetting("SETTING_CNS_DF1"))) {
+        lResult = DetectBesideCns(files, scardType);
+    } else if (files.Select(FileIdSetting("SETTING_CNS_DS_DF"))) {
         *scardType = layout::OTHER_DS;
-    const long lResult = bCns ? DetectBesideCns(files, scardType) : files.LastResult();
+        lResult = files.LastResult();
+    } else {
+        return DetectOthers(card, files, scardType);
+    }
     DetectDf1112(files, scardType);
     return lResult;
 }
