@@ -6,12 +6,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace vcard {
 namespace {
 
 constexpr DWORD COUNTER_SHIFT = 16; // pcscd counts insertions and removals in the upper half
 constexpr DWORD STATE_BITS = 0xFFFF & ~static_cast<DWORD>(SCARD_STATE_CHANGED);
+
+// What programs pass to learn of new readers. Here none ever comes.
+constexpr std::string_view NEW_READERS = R"(\\?PnP?\Notification)";
 
 } // namespace
 
@@ -35,10 +39,11 @@ LONG CService::WaitForChange(SCARDCONTEXT hContext, DWORD dwTimeout,
     if (!m_contexts.contains(hContext)) {
         return SCARD_E_INVALID_HANDLE;
     }
-    const bool bKnown = m_reader.Exists() && std::ranges::all_of(states, [&](const auto& state) {
-                            return state.szReader == m_reader.Name();
-                        });
-    if (!bKnown) {
+    const auto known = [&](const SCARD_READERSTATE& state) {
+        return state.szReader == NEW_READERS ||
+               (m_reader.Exists() && state.szReader == m_reader.Name());
+    };
+    if (!std::ranges::all_of(states, known)) {
         return SCARD_E_UNKNOWN_READER;
     }
     m_contexts[hContext].bCancelled = false;
@@ -62,6 +67,11 @@ LONG CService::WaitForChange(SCARDCONTEXT hContext, DWORD dwTimeout,
 /// Fills in the event; true when it differs from what the owner of the state knew.
 bool CService::FillEvent(SCARD_READERSTATE& state) const
 {
+    state.cbAtr = 0;
+    state.dwEventState = SCARD_STATE_UNAWARE;
+    if (state.szReader == NEW_READERS) {
+        return false;
+    }
     const DWORD dwEvent = EventState();
     const DWORD dwKnown = state.dwCurrentState;
     const bool bCounterKnown = (dwKnown >> COUNTER_SHIFT) != 0;

@@ -12,6 +12,8 @@ namespace {
 // Handles are told apart from small numbers that a program made up, and from one another.
 constexpr long HANDLE_BASE = 0x50440000;
 
+constexpr SCARDHANDLE NEW_CONNECTION = 0;
+
 } // namespace
 
 LONG CService::Establish(SCARDCONTEXT& hContext)
@@ -31,7 +33,7 @@ LONG CService::Release(SCARDCONTEXT hContext)
     for (auto it = m_connections.begin(); it != m_connections.end();) {
         const auto connection = it++;
         if (connection->second.hContext == hContext) {
-            Drop(connection, SCARD_RESET_CARD);
+            Drop(connection, Holds(connection->first) ? SCARD_RESET_CARD : SCARD_LEAVE_CARD);
         }
     }
     return SCARD_S_SUCCESS;
@@ -65,8 +67,9 @@ LONG CService::Connect(SCARDCONTEXT hContext, const std::string& strReader, DWOR
     if (!m_reader.Exists() || strReader != m_reader.Name()) {
         return SCARD_E_UNKNOWN_READER;
     }
-    AwaitTurn(lock, 0);
-    if (const LONG lResult = CheckShare(0, dwShare, dwProtocols); lResult != SCARD_S_SUCCESS) {
+    AwaitTurn(lock, NEW_CONNECTION);
+    if (const LONG lResult = CheckShare(NEW_CONNECTION, dwShare, dwProtocols);
+        lResult != SCARD_S_SUCCESS) {
         return lResult;
     }
     hCard = HANDLE_BASE + ++m_lLastHandle;
@@ -80,12 +83,10 @@ LONG CService::Reconnect(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols,
                          DWORD dwInitialization, DWORD& dwActive)
 {
     Lock lock(m_mutex);
+    AwaitTurn(lock, hCard);
     const auto found = m_connections.find(hCard);
     if (found == m_connections.end()) {
         return SCARD_E_INVALID_HANDLE;
-    }
-    if (HeldByOther(hCard)) {
-        return SCARD_E_SHARING_VIOLATION;
     }
     if (const LONG lResult = CheckShare(hCard, dwShare, dwProtocols); lResult != SCARD_S_SUCCESS) {
         return lResult;
@@ -100,7 +101,10 @@ LONG CService::Reconnect(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols,
 
 LONG CService::Disconnect(SCARDHANDLE hCard, DWORD dwDisposition)
 {
-    const Lock lock(m_mutex);
+    Lock lock(m_mutex);
+    if (dwDisposition != SCARD_LEAVE_CARD) {
+        AwaitTurn(lock, hCard);
+    }
     const auto found = m_connections.find(hCard);
     if (found == m_connections.end()) {
         return SCARD_E_INVALID_HANDLE;
@@ -112,12 +116,9 @@ LONG CService::Disconnect(SCARDHANDLE hCard, DWORD dwDisposition)
 LONG CService::Begin(SCARDHANDLE hCard)
 {
     Lock lock(m_mutex);
-    if (const LONG lResult = CheckCard(hCard); lResult != SCARD_S_SUCCESS) {
-        return lResult;
-    }
     AwaitTurn(lock, hCard);
     if (const LONG lResult = CheckCard(hCard); lResult != SCARD_S_SUCCESS) {
-        return lResult; // it may have been disconnected while it waited
+        return lResult;
     }
     m_hHolder = hCard;
     ++m_ulHeld;
@@ -127,21 +128,28 @@ LONG CService::Begin(SCARDHANDLE hCard)
 LONG CService::End(SCARDHANDLE hCard, DWORD dwDisposition)
 {
     const Lock lock(m_mutex);
+    if (HeldByOther(hCard) && m_connections.contains(hCard)) {
+        return SCARD_E_SHARING_VIOLATION;
+    }
+    const bool bHeld = Holds(hCard);
+    if (bHeld) {
+        --m_ulHeld; // also when the card is gone: others must have their turn
+        m_changed.notify_all();
+    }
     if (const LONG lResult = CheckCard(hCard); lResult != SCARD_S_SUCCESS) {
         return lResult;
     }
-    if (m_ulHeld == 0 || m_hHolder != hCard) {
-        return m_ulHeld == 0 ? SCARD_E_NOT_TRANSACTED : SCARD_E_SHARING_VIOLATION;
+    if (!bHeld) {
+        return SCARD_E_NOT_TRANSACTED;
     }
-    --m_ulHeld;
     Dispose(&m_connections.at(hCard), dwDisposition);
-    m_changed.notify_all();
     return SCARD_S_SUCCESS;
 }
 
 LONG CService::Status(SCARDHANDLE hCard, SStatus& status)
 {
-    const Lock lock(m_mutex);
+    Lock lock(m_mutex);
+    AwaitTurn(lock, hCard);
     if (const LONG lResult = CheckCard(hCard); lResult != SCARD_S_SUCCESS) {
         return lResult;
     }
@@ -153,12 +161,10 @@ LONG CService::Status(SCARDHANDLE hCard, SStatus& status)
 LONG CService::Transmit(SCARDHANDLE hCard, DWORD dwProtocol, std::span<const std::uint8_t> command,
                         Bytes& answer)
 {
-    const Lock lock(m_mutex);
+    Lock lock(m_mutex);
+    AwaitTurn(lock, hCard);
     if (const LONG lResult = CheckCard(hCard); lResult != SCARD_S_SUCCESS) {
         return lResult;
-    }
-    if (HeldByOther(hCard)) {
-        return SCARD_E_SHARING_VIOLATION;
     }
     if (dwProtocol != m_reader.Protocol()) {
         return SCARD_E_PROTO_MISMATCH;
@@ -182,7 +188,7 @@ LONG CService::CheckCard(SCARDHANDLE hCard) const
     return found->second.ulResets == m_reader.Resets() ? SCARD_S_SUCCESS : SCARD_W_RESET_CARD;
 }
 
-/// Whether the card can be used in the way that connection \p hCard (0 for a new one) asks for.
+/// Whether the card can be used in the way that connection \p hCard, or a new one, asks for.
 LONG CService::CheckShare(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols) const
 {
     if (dwShare != SCARD_SHARE_SHARED && dwShare != SCARD_SHARE_EXCLUSIVE) {
@@ -201,9 +207,12 @@ LONG CService::CheckShare(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols) c
     return (dwProtocols & m_reader.Protocol()) == 0 ? SCARD_E_PROTO_MISMATCH : SCARD_S_SUCCESS;
 }
 
+/// Waits while another connection holds a transaction. A handle that is none does not wait.
 void CService::AwaitTurn(Lock& lock, SCARDHANDLE hCard)
 {
-    m_changed.wait(lock, [&] { return !HeldByOther(hCard); });
+    m_changed.wait(lock, [&] {
+        return !HeldByOther(hCard) || (hCard != NEW_CONNECTION && !m_connections.contains(hCard));
+    });
 }
 
 /// Leaves or resets the card. The connection that asks for the reset is not surprised by it.
@@ -221,7 +230,7 @@ void CService::Dispose(SConnection* connection, DWORD dwDisposition)
 /// Ends a connection and the transaction it may hold.
 void CService::Drop(Connections::iterator connection, DWORD dwDisposition)
 {
-    if (m_hHolder == connection->first) {
+    if (Holds(connection->first)) {
         m_ulHeld = 0;
     }
     Dispose(&connection->second, dwDisposition);

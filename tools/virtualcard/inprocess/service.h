@@ -16,7 +16,8 @@
 
 namespace vcard {
 
-/// Safe for use by several threads. All functions return PC/SC codes.
+/// Safe for use by several threads. All functions return PC/SC codes. While one connection holds a
+/// transaction, the others wait in every call but End and a Disconnect that leaves the card alone.
 class CService {
 public:
     explicit CService(const SSettings& settings) : m_reader(settings) {}
@@ -29,7 +30,6 @@ public:
     /// The multi-string of all readers, including its final NUL.
     LONG ListReaders(SCARDCONTEXT hContext, std::string& strMulti);
 
-    /// Waits while another connection holds a transaction.
     LONG Connect(SCARDCONTEXT hContext, const std::string& strReader, DWORD dwShare,
                  DWORD dwProtocols, SCARDHANDLE& hCard, DWORD& dwActive);
     LONG Reconnect(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols, DWORD dwInitialization,
@@ -69,6 +69,7 @@ private:
 
     LONG CheckCard(SCARDHANDLE hCard) const;
     LONG CheckShare(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols) const;
+    bool Holds(SCARDHANDLE hCard) const { return m_ulHeld > 0 && m_hHolder == hCard; }
     bool HeldByOther(SCARDHANDLE hCard) const { return m_ulHeld > 0 && m_hHolder != hCard; }
     void AwaitTurn(Lock& lock, SCARDHANDLE hCard);
     void Dispose(SConnection* connection, DWORD dwDisposition);
