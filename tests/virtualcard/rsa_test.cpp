@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// RSA keys on the card, each result checked with the public key by libcrypto alone.
+#include "card_fixture.h"
+
+#include <memory>
+#include <openssl/core_names.h>
+#include <openssl/evp.h>
+#include <openssl/rsa.h>
+
+namespace vcard {
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+Bytes Number(EVP_PKEY* pKey, const char* szName, int cb)
+{
+    BIGNUM* pNumber = nullptr;
+    EXPECT_EQ(1, EVP_PKEY_get_bn_param(pKey, szName, &pNumber));
+    Bytes bytes(static_cast<std::size_t>(cb));
+    EXPECT_EQ(cb, BN_bn2binpad(pNumber, bytes.data(), cb));
+    BN_free(pNumber);
+    return bytes;
+}
+
+/// The public operation with the padding given, the padding taken off.
+Bytes Recover(EVP_PKEY* pKey, const Bytes& signature)
+{
+    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> pContext(
+        EVP_PKEY_CTX_new(pKey, nullptr), EVP_PKEY_CTX_free);
+    EXPECT_EQ(1, EVP_PKEY_verify_recover_init(pContext.get()));
+    EXPECT_EQ(1, EVP_PKEY_CTX_set_rsa_padding(pContext.get(), RSA_PKCS1_PADDING));
+    Bytes data(512);
+    std::size_t cb = data.size();
+    EXPECT_EQ(1, EVP_PKEY_verify_recover(pContext.get(), data.data(), &cb, signature.data(),
+                                         signature.size()));
+    data.resize(cb);
+    return data;
+}
+
+Bytes RawEncrypt(EVP_PKEY* pKey, const Bytes& block)
+{
+    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> pContext(
+        EVP_PKEY_CTX_new(pKey, nullptr), EVP_PKEY_CTX_free);
+    EXPECT_EQ(1, EVP_PKEY_encrypt_init(pContext.get()));
+    EXPECT_EQ(1, EVP_PKEY_CTX_set_rsa_padding(pContext.get(), RSA_NO_PADDING));
+    Bytes cipher(block.size());
+    std::size_t cb = cipher.size();
+    EXPECT_EQ(1, EVP_PKEY_encrypt(pContext.get(), cipher.data(), &cb, block.data(), block.size()));
+    return cipher;
+}
+
+class RsaKeys : public CardTest {
+protected:
+    RsaKeys() { Send(SELECT_DS); }
+
+    std::string CreateKeyObject()
+    {
+        return Send("00 DA 01 6E 2E 83 02 20 05 85 08 02 03 88 00 FF FF FF 00 "
+                    "86 0A 1A 1A FF FF FF FF 1A FF FF FF "
+                    "8B 10 FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF 8F 00");
+    }
+    void CreateScratch(const std::string& strFid, const std::string& strSize)
+    {
+        Send("00 E4 00 00 02", strFid);
+        ASSERT_EQ("9000",
+                  Send("00 E0 00 00 20 6F 1E 81 02", strSize + " 82 03 01 00 00 83 02 " + strFid +
+                                                         " 85 03 00 00 00 86 0A 00 00 00 00 "
+                                                         "00 00 00 00 00 FF"));
+    }
+    void Write(const Bytes& data)
+    {
+        for (std::size_t i = 0; i < data.size(); i += 64) {
+            const ByteView piece =
+                ByteView(data).subspan(i, std::min<std::size_t>(64, data.size() - i));
+            ASSERT_EQ("9000", Send("00 D6 " + ToHex(Bytes{High(i), Low(i), Low(piece.size())}) +
+                                   ToHex(piece)));
+        }
+    }
+    Bytes Read256()
+    {
+        return Copy(ByteView(m_card->Transmit(FromHex("00 B0 00 00 00"))).first(256));
+    }
+    std::string Send(const std::string& strHead, const std::string& strData)
+    {
+        return CardTest::Send(strHead + " " + strData);
+    }
+    using CardTest::Send;
+
+    /// The five numbers in the card's order, then the exponent in eight bytes.
+    static Bytes KeyBlock(EVP_PKEY* pKey)
+    {
+        Bytes block;
+        for (const char* szName : {OSSL_PKEY_PARAM_RSA_FACTOR1, OSSL_PKEY_PARAM_RSA_FACTOR2,
+                                   OSSL_PKEY_PARAM_RSA_COEFFICIENT1, OSSL_PKEY_PARAM_RSA_EXPONENT1,
+                                   OSSL_PKEY_PARAM_RSA_EXPONENT2})
+            Append(block, Number(pKey, szName, 128));
+        Append(block, Number(pKey, OSSL_PKEY_PARAM_RSA_E, 8));
+        return block;
+    }
+    void LoadKey(const Bytes& block)
+    {
+        ASSERT_EQ("9000", CreateKeyObject());
+        ASSERT_EQ("9000", Send("B0 DF 20 05 00"));
+        CreateScratch("FF 02", "02 88");
+        Write(block);
+    }
+
+    static inline const Key s_key{EVP_RSA_gen(2048), EVP_PKEY_free}; // one for all: it takes time
+};
+
+TEST_F(RsaKeys, ALoadedKeySignsThroughTheScratchFile)
+{
+    LoadKey(KeyBlock(s_key.get()));
+    EXPECT_EQ("9000", Send("B0 DE 20 05 00"));
+    EXPECT_EQ("6982", Send("B0 DE 20 05 00")); // loaded once; now it wants the PIN
+    EXPECT_EQ("6982", Send("00 2A 9E 9A 02 81 1F"));
+    Send("00 20 00 9A 08", DS_PIN);
+
+    for (const std::size_t cb : {19U, 200U, 245U}) {
+        Send("00 A4 09 0C 02 81 1F FF");
+        const Bytes data(cb, 0x5A);
+        Bytes block = {0x9A};
+        Append(block, cb < 0x80 ? Bytes{Low(cb)} : Bytes{0x82, 0x00, Low(cb)});
+        Append(block, data);
+        Write(block);
+        EXPECT_EQ("9000", Send("00 2A 9E 9A 02 81 1F"));
+        EXPECT_EQ(data, Recover(s_key.get(), Read256())) << cb;
+    }
+    EXPECT_EQ("6A80", Send("00 2A 9E 9A 02 81 1F")); // a signature is no data to sign
+    EXPECT_EQ("6A82", Send("00 2A 9E 9A 02 77 77"));
+}
+
+TEST_F(RsaKeys, DeciphermentTakesAndGivesTheNamedFile)
+{
+    LoadKey(KeyBlock(s_key.get()));
+    Send("B0 DE 20 05 00");
+    Send("00 20 00 9A 08", DS_PIN);
+    Bytes plain(256, 0x33);
+    plain[0] = 0x00;
+
+    CreateScratch("FF 01", "01 00");
+    CreateScratch("FF 02", "01 00");
+    Write(RawEncrypt(s_key.get(), plain));
+    Send("00 A4 09 0C 02 FF 01 FF");
+    EXPECT_EQ("9000", Send("00 2A 80 86 02 FF 02"));
+    Send("00 A4 09 0C 02 FF 02 FF");
+    EXPECT_EQ(plain, Read256());
+}
+
+TEST_F(RsaKeys, NumbersThatDoNotBelongTogetherAreNoKey)
+{
+    Bytes block = KeyBlock(s_key.get());
+    block[3 * 128 + 5] ^= 0x01;
+    LoadKey(block);
+    EXPECT_EQ("6A80", Send("B0 DE 20 05 00"));
+    Send("00 20 00 9A 08", DS_PIN);
+    EXPECT_EQ("6985", Send("00 2A 9E 9A 02 81 1F"));
+    Write(KeyBlock(s_key.get()));
+    EXPECT_EQ("9000", Send("B0 DE 20 05 00"));
+    EXPECT_EQ("6A88", Send("B0 DE 20 06 00"));
+}
+
+TEST_F(RsaKeys, AGeneratedPairSignsAndItsPublicHalfVerifies)
+{
+    ASSERT_EQ("9000", CreateKeyObject());
+    CreateScratch("70 05", "01 20");
+    EXPECT_EQ("9000", Send("00 46 00 00 08 20 05 70 05 00 00 04 00")); // 1024 bits
+    Send("00 A4 09 0C 02 70 05 FF");
+    const Bytes stored = m_card->Transmit(FromHex("00 B0 00 00 00"));
+    ASSERT_EQ("81820080", ToHex(ByteView(stored).first(4)));
+    ASSERT_EQ("8203010001", ToHex(ByteView(stored).subspan(4 + 128, 5)));
+
+    Send("00 20 00 9A 08", DS_PIN);
+    EXPECT_EQ("9000", Send("00 22 B6 01 03 84 01 85 00 00 00"));
+    const Bytes signature = m_card->Transmit(FromHex("00 2A 9E 9A 03 61 62 63"));
+    ASSERT_EQ(130U, signature.size());
+
+    // signature^e mod n is the padded block, by plain arithmetic.
+    const auto number = [](ByteView bytes) {
+        return std::unique_ptr<BIGNUM, decltype(&BN_free)>(
+            BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr), BN_free);
+    };
+    const auto s = number(ByteView(signature).first(128)),
+               n = number(ByteView(stored).subspan(4, 128)), e = number(FromHex("010001")),
+               m = number({});
+    const std::unique_ptr<BN_CTX, decltype(&BN_CTX_free)> pContext(BN_CTX_new(), BN_CTX_free);
+    ASSERT_EQ(1, BN_mod_exp(m.get(), s.get(), e.get(), n.get(), pContext.get()));
+    Bytes block(128);
+    BN_bn2binpad(m.get(), block.data(), 128);
+    EXPECT_EQ("0001" + std::string(2 * 122, 'F') +
+                  "00"
+                  "616263",
+              ToHex(block));
+
+    EXPECT_EQ("6A80", Send("00 46 00 00 08 20 05 70 05 00 00 03 00"));
+    EXPECT_EQ("6A82", Send("00 46 00 00 08 20 05 70 99 00 00 04 00"));
+}
+
+} // namespace
+} // namespace vcard
