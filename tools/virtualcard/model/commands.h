@@ -46,6 +46,7 @@ SAnswer Deactivate(SMachine& card, const SCommand& command);
 // key_commands.cpp
 SAnswer ManageSecurityEnvironment(SMachine& card, const SCommand& command);
 SAnswer PerformSecurityOperation(SMachine& card, const SCommand& command);
+SAnswer ExportPublicKey(SMachine& card, const SCommand& command);
 SAnswer GenerateKeyPair(SMachine& card, const SCommand& command);
 SAnswer ExtendObject(SMachine& card, const SCommand& command);
 SAnswer LoadRsaKey(SMachine& card, const SCommand& command);

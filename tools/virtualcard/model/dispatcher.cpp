@@ -43,6 +43,7 @@ constexpr SRow COMMANDS[] = {
     {cla::CARD, ins::LIST_FILES, ListFiles},
     {cla::CARD, ins::TOGGLE_LIFE_CYCLE, ToggleLifeCycle},
     {cla::CARD, ins::CHANGE_REFERENCE_DATA, ChangeOrUnblock},
+    {cla::CARD, ins::EXPORT_PUBLIC_KEY, ExportPublicKey},
     {cla::CARD_KEY, ins::CHANGE_KEY_DATA, ChangeKeyData},
     {cla::CARD_RSA, ins::LOAD_RSA_KEY, LoadRsaKey},
     {cla::CARD_RSA, ins::EXTEND_OBJECT, ExtendObject},

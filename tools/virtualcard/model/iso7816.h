@@ -24,9 +24,10 @@ constexpr std::uint8_t DEACTIVATE = 0x04, VERIFY = 0x20, MANAGE_SECURITY_ENVIRON
                        UPDATE_RECORD = 0xDC, CREATE_FILE = 0xE0, APPEND_RECORD = 0xE2,
                        DELETE_FILE = 0xE4;
 // The card's own, each with the class byte it comes under.
-constexpr std::uint8_t TOGGLE_LIFE_CYCLE = 0x10, LIST_FILES = 0x16, GIVE_RANDOM = 0x86; // 80
-constexpr std::uint8_t CHANGE_KEY_DATA = 0x24;                                          // 90
-constexpr std::uint8_t LOAD_RSA_KEY = 0xDE, EXTEND_OBJECT = 0xDF;                       // B0
+constexpr std::uint8_t TOGGLE_LIFE_CYCLE = 0x10, LIST_FILES = 0x16, GIVE_RANDOM = 0x86,
+                       EXPORT_PUBLIC_KEY = 0xF0;                  // 80
+constexpr std::uint8_t CHANGE_KEY_DATA = 0x24;                    // 90
+constexpr std::uint8_t LOAD_RSA_KEY = 0xDE, EXTEND_OBJECT = 0xDF; // B0
 } // namespace ins
 
 namespace sw {

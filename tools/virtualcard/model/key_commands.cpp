@@ -22,13 +22,9 @@ SSecurityObject& RequireRsaKey(const CSession& session, std::uint8_t bReference)
 /// The key of the security environment, or without one the RSA key nearest to the current DF.
 const SSecurityObject& KeyInUse(const CSession& session)
 {
-    if (session.m_bKeyReference != 0)
-        return RequireRsaKey(session, session.m_bKeyReference);
-    for (auto it = session.Path().rbegin(); it != session.Path().rend(); ++it)
-        for (const SSecurityObject& object : (*it)->objects)
-            if (object.Kind() == EObjectKind::eRsaKey)
-                return object;
-    throw SRefusal(sw::OBJECT_NOT_FOUND);
+    return session.m_bKeyReference != 0
+               ? RequireRsaKey(session, session.m_bKeyReference)
+               : session.Nearest(EObjectKind::eRsaKey, sw::OBJECT_NOT_FOUND);
 }
 
 /// A transparent file with room for a long result, readable and writable to whoever asks.
@@ -69,8 +65,11 @@ void Store(const Bytes& result, SFile& scratch)
 
 SAnswer Sign(SMachine& card, const SCommand& command, const Bytes& keyBlock)
 {
-    if (RsaModulusSize(keyBlock) != LONG_MODULUS)
-        return RsaSign(keyBlock, command.abData);
+    if (RsaModulusSize(keyBlock) != LONG_MODULUS) {
+        const Bytes& data = command.abData.empty() ? card.session.m_abHash : command.abData;
+        Require(!data.empty(), sw::CONDITIONS);
+        return RsaSign(keyBlock, data);
+    }
     SFile& scratch = NamedScratch(card.session, command);
     Store(RsaSign(keyBlock, DataToSign(scratch)), scratch);
     return {};
@@ -103,11 +102,11 @@ void SetKey(CSession& session, SSecurityObject& key, const Bytes& keyBlock)
 }
 
 /// The public half, as two data objects with BER lengths: 81 modulus, 82 exponent.
-Bytes PublicKeyObjects(const SRsaKeyPair& pair)
+Bytes PublicKeyObjects(const SRsaPublicKey& key)
 {
-    Bytes objects = {0x81, 0x82, High(pair.abModulus.size()), Low(pair.abModulus.size())};
-    Append(objects, pair.abModulus);
-    AppendObject(objects, 0x82, pair.abExponent);
+    Bytes objects = {0x81, 0x82, High(key.abModulus.size()), Low(key.abModulus.size())};
+    Append(objects, key.abModulus);
+    AppendObject(objects, 0x82, key.abExponent);
     return objects;
 }
 
@@ -128,11 +127,36 @@ SAnswer ManageSecurityEnvironment(SMachine& card, const SCommand& command)
 
 SAnswer PerformSecurityOperation(SMachine& card, const SCommand& command)
 {
-    constexpr std::uint16_t COMPUTE_SIGNATURE = 0x9E9A, DECIPHER = 0x8086;
-    Require(command.P1P2() == COMPUTE_SIGNATURE || command.P1P2() == DECIPHER, sw::WRONG_P1P2);
+    constexpr std::uint16_t COMPUTE_SIGNATURE = 0x9E9A, DECIPHER = 0x8086, PUT_HASH = 0x9081;
+    const std::uint16_t wOperation = command.P1P2();
+    Require(wOperation == COMPUTE_SIGNATURE || wOperation == DECIPHER || wOperation == PUT_HASH,
+            sw::WRONG_P1P2);
+    if (wOperation == PUT_HASH) {
+        Require(command.abData.size() == 20, sw::WRONG_LENGTH);
+        card.session.m_abHash = command.abData;
+        return {};
+    }
     const SSecurityObject& key = KeyInUse(card.session);
     RequireAccess(card.session, key.abAccess[object_access::USE]);
-    return (command.P1P2() == DECIPHER ? Decipher : Sign)(card, command, key.abValue);
+    return (wOperation == DECIPHER ? Decipher : Sign)(card, command, key.abValue);
+}
+
+SAnswer ExportPublicKey(SMachine& card, const SCommand& command)
+{
+    Require(card.image.bOtherFamily, sw::UNKNOWN_INS);
+    Require(command.P1P2() == 0x9C00, sw::WRONG_P1P2);
+    Require(command.abData.size() == 1, sw::WRONG_LENGTH);
+    const SSecurityObject& key = RequireRsaKey(card.session, command.abData[0]);
+    const SRsaPublicKey publicKey = RsaPublicKey(key.abValue);
+
+    // Ten bytes of header, bit 7 of the ninth clear for big-endian numbers; then each number
+    // behind its length, the exponent first.
+    Bytes answer(10);
+    for (const Bytes& number : {publicKey.abExponent, publicKey.abModulus}) {
+        answer.push_back(Low(number.size()));
+        Append(answer, number);
+    }
+    return answer;
 }
 
 SAnswer GenerateKeyPair(SMachine& card, const SCommand& command)
@@ -152,12 +176,12 @@ SAnswer GenerateKeyPair(SMachine& card, const SCommand& command)
     Require(pPublic != nullptr, sw::FILE_NOT_FOUND);
     Require(pPublic->IsTransparent(), sw::INCOMPATIBLE_FILE);
     RequireLoadable(card.session, key, object_access::GENERATE);
-    const SRsaKeyPair pair = GenerateRsaKeyPair(wBits != 0 ? wBits : 2048, exponent);
-    const Bytes publicKey = PublicKeyObjects(pair);
+    const Bytes keyBlock = GenerateRsaKey(wBits != 0 ? wBits : 2048, exponent);
+    const Bytes publicKey = PublicKeyObjects(RsaPublicKey(keyBlock));
     Require(publicKey.size() <= pPublic->abBody.size(), sw::NO_MEMORY);
 
     Store(publicKey, *pPublic);
-    SetKey(card.session, key, pair.abKeyBlock);
+    SetKey(card.session, key, keyBlock);
     return {};
 }
 

@@ -15,8 +15,8 @@ enum class ELifeCycle : std::uint8_t { eOperational = 0x10, eAdministration = 0x
 struct SCardImage {
     std::string strProfile;
     ELifeCycle lifeCycle = ELifeCycle::eOperational;
-    bool bUnpadded = false;        ///< PINs are stored without filler bytes
-    bool bCardClassChange = false; ///< PINs are changed and unblocked with 80 24
+    bool bUnpadded = false;    ///< PINs are stored without filler bytes
+    bool bOtherFamily = false; ///< it knows the commands that only other card families have
     SFile mf;
 };
 

@@ -92,4 +92,12 @@ SSecurityObject Des3Key(const char* szName, std::uint8_t bClass, std::uint8_t bI
     return object;
 }
 
+SSecurityObject RsaKey(const char* szName, std::uint8_t bId, const Bytes& keyBlock)
+{
+    SSecurityObject object = Object(szName, bId, 0x00, 0);
+    object.bClass = object_class::RSA;
+    object.abValue = keyBlock;
+    return object;
+}
+
 } // namespace vcard::parts

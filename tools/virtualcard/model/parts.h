@@ -40,4 +40,7 @@ SSecurityObject Pin(const SPin& pin);
 SSecurityObject Des3Key(const char* szName, std::uint8_t bClass, std::uint8_t bId, const Bytes& key,
                         std::uint8_t bTries);
 
+/// An RSA private key that everybody may use; the key block as in rsa.h.
+SSecurityObject RsaKey(const char* szName, std::uint8_t bId, const Bytes& keyBlock);
+
 } // namespace vcard::parts

@@ -73,7 +73,7 @@ void CheckRecord(const SFile& ef, const Bytes& record)
 
 void PutNewest(SFile& ef, const Bytes& record)
 {
-    const std::size_t cMax = std::min<std::size_t>(ef.wSize / ef.bRecordSize, 0xFF);
+    const std::size_t cMax = std::min<std::size_t>(std::size_t{ef.wSize} / ef.bRecordSize, 0xFF);
     Require(cMax > 0, sw::NO_MEMORY);
     ef.records.insert(ef.records.begin(), record);
     ef.records.resize(std::min(ef.records.size(), cMax));

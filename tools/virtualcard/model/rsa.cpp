@@ -127,7 +127,7 @@ Bytes Parameter(EVP_PKEY* pKey, const char* szName, std::size_t cb)
     BIGNUM* pNumber = nullptr;
     Check(EVP_PKEY_get_bn_param(pKey, szName, &pNumber) == 1);
     const Number number(pNumber);
-    return ToBytes(number, cb != 0 ? cb : static_cast<std::size_t>(BN_num_bytes(pNumber)));
+    return ToBytes(number, cb);
 }
 
 } // namespace
@@ -179,7 +179,14 @@ Bytes RsaDecipher(ByteView keyBlock, ByteView cryptogram)
     return PrivateOperation(key, cryptogram);
 }
 
-SRsaKeyPair GenerateRsaKeyPair(std::uint16_t wBits, ByteView exponent)
+SRsaPublicKey RsaPublicKey(ByteView keyBlock)
+{
+    const SCrtKey key = RequireKey(keyBlock);
+    return {ToBytes(CArithmetic().Multiply(key.p, key.q), 2 * key.cbHalf),
+            ToBytes(key.e, static_cast<std::size_t>(BN_num_bytes(key.e.get())))};
+}
+
+Bytes GenerateRsaKey(std::uint16_t wBits, ByteView exponent)
 {
     Require(wBits == 1024 || wBits == 2048, sw::WRONG_DATA);
     const Bytes wanted = exponent.empty() ? Bytes{0x01, 0x00, 0x01} : Copy(exponent);
@@ -196,16 +203,13 @@ SRsaKeyPair GenerateRsaKeyPair(std::uint16_t wBits, ByteView exponent)
     Check(EVP_PKEY_generate(pContext.get(), &pGenerated) == 1);
     const std::unique_ptr<EVP_PKEY, SFree> pKey(pGenerated);
 
-    SRsaKeyPair pair;
-    const std::size_t cbHalf = wBits / 16U;
+    Bytes keyBlock;
     for (const char* szName : {OSSL_PKEY_PARAM_RSA_FACTOR1, OSSL_PKEY_PARAM_RSA_FACTOR2,
                                OSSL_PKEY_PARAM_RSA_COEFFICIENT1, OSSL_PKEY_PARAM_RSA_EXPONENT1,
                                OSSL_PKEY_PARAM_RSA_EXPONENT2})
-        Append(pair.abKeyBlock, Parameter(pKey.get(), szName, cbHalf));
-    Append(pair.abKeyBlock, Parameter(pKey.get(), OSSL_PKEY_PARAM_RSA_E, EXPONENT_BYTES));
-    pair.abModulus = Parameter(pKey.get(), OSSL_PKEY_PARAM_RSA_N, 2 * cbHalf);
-    pair.abExponent = Parameter(pKey.get(), OSSL_PKEY_PARAM_RSA_E, 0);
-    return pair;
+        Append(keyBlock, Parameter(pKey.get(), szName, wBits / 16U));
+    Append(keyBlock, Parameter(pKey.get(), OSSL_PKEY_PARAM_RSA_E, EXPONENT_BYTES));
+    return keyBlock;
 }
 
 } // namespace vcard

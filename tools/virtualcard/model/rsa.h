@@ -8,9 +8,8 @@
 
 namespace vcard {
 
-/// What a new key pair consists of.
-struct SRsaKeyPair {
-    Bytes abKeyBlock, abModulus, abExponent;
+struct SRsaPublicKey {
+    Bytes abModulus, abExponent; ///< big-endian, the exponent without leading zeros
 };
 
 /// Bytes of the modulus of a key block, 0 for bytes that have no key block's length.
@@ -28,8 +27,11 @@ Bytes RsaSign(ByteView keyBlock, ByteView data);
 /// modulus.
 Bytes RsaDecipher(ByteView keyBlock, ByteView cryptogram);
 
-/// A new key pair; wBits is 1024 or 2048, an empty exponent stands for 65537.
+/// The public half of a key block. Throws SRefusal(6985) without a key.
+SRsaPublicKey RsaPublicKey(ByteView keyBlock);
+
+/// The key block of a new key pair; wBits is 1024 or 2048, an empty exponent stands for 65537.
 /// Throws SRefusal(6A80) on another size or an exponent that is even or below 3.
-SRsaKeyPair GenerateRsaKeyPair(std::uint16_t wBits, ByteView exponent);
+Bytes GenerateRsaKey(std::uint16_t wBits, ByteView exponent);
 
 } // namespace vcard

@@ -112,7 +112,7 @@ SAnswer ResetRetryCounter(SMachine& card, const SCommand& command)
 SAnswer ChangeOrUnblock(SMachine& card, const SCommand& command)
 {
     constexpr std::uint8_t OLD_AND_NEW = 0x20, PUK_AND_NEW = 0x30;
-    Require(card.image.bCardClassChange, sw::UNKNOWN_CLA);
+    Require(card.image.bOtherFamily, sw::UNKNOWN_CLA);
     Require(command.bP1 == OLD_AND_NEW || command.bP1 == PUK_AND_NEW, sw::WRONG_P1P2);
     SSecurityObject& pin = card.session.Object(command.bP2, {EObjectKind::ePin});
     (command.bP1 == OLD_AND_NEW ? ChangeWithOld : Unblock)(card, pin, command.abData);

@@ -32,11 +32,9 @@ Bytes Header(const SCommand& command, std::uint8_t bPlainCla)
 
 const Bytes& NearestKey(const CSession& session)
 {
-    for (auto it = session.Path().rbegin(); it != session.Path().rend(); ++it)
-        for (const SSecurityObject& object : (*it)->objects)
-            if (object.Kind() == EObjectKind::eSmKey && object.abValue.size() == DES3_KEY)
-                return object.abValue;
-    throw SRefusal(sw::NO_SM_HERE);
+    const Bytes& key = session.Nearest(EObjectKind::eSmKey, sw::NO_SM_HERE).abValue;
+    Require(key.size() == DES3_KEY, sw::NO_SM_HERE);
+    return key;
 }
 
 Bytes CommandChecksum(const Bytes& key, const Bytes& challenge, const Bytes& header,

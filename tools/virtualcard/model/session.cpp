@@ -20,6 +20,12 @@ SSecurityObject* FindIn(SFile& df, std::uint8_t bId, std::initializer_list<EObje
     return it == df.objects.end() ? nullptr : &*it;
 }
 
+std::vector<SFile*> NearestFirst(std::vector<SFile*> path)
+{
+    std::reverse(path.begin(), path.end());
+    return path;
+}
+
 } // namespace
 
 SFile& CSession::Ef() const
@@ -44,13 +50,20 @@ void CSession::SelectDf(std::vector<SFile*> path)
 SSecurityObject& CSession::Object(std::uint8_t bReference,
                                   std::initializer_list<EObjectKind> kinds) const
 {
-    std::vector<SFile*> order = m_path;
-    if ((bReference & REFERENCE_LOCAL) != 0)
-        std::reverse(order.begin(), order.end());
-    for (SFile* pDf : order)
+    const bool bLocal = (bReference & REFERENCE_LOCAL) != 0;
+    for (SFile* pDf : bLocal ? NearestFirst(m_path) : m_path)
         if (SSecurityObject* pObject = FindIn(*pDf, bReference & REFERENCE_MASK, kinds))
             return *pObject;
     throw SRefusal(sw::OBJECT_NOT_FOUND);
+}
+
+SSecurityObject& CSession::Nearest(EObjectKind kind, std::uint16_t wRefusal) const
+{
+    for (SFile* pDf : NearestFirst(m_path))
+        for (SSecurityObject& object : pDf->objects)
+            if (object.Kind() == kind)
+                return object;
+    throw SRefusal(wRefusal);
 }
 
 bool CSession::Allows(std::uint8_t bAccess) const

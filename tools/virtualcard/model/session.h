@@ -35,6 +35,8 @@ public:
     /// without it the one nearest to the MF. Throws SRefusal(6A88) when there is none of the kinds.
     SSecurityObject& Object(std::uint8_t bReference,
                             std::initializer_list<EObjectKind> kinds) const;
+    /// The first object of a kind from the current DF up. Throws SRefusal(wRefusal) without one.
+    SSecurityObject& Nearest(EObjectKind kind, std::uint16_t wRefusal) const;
     void SetVerified(const SSecurityObject& object) { m_verified.insert(&object); }
     void ClearVerified(const SSecurityObject& object) { m_verified.erase(&object); }
     bool IsVerified(const SSecurityObject& object) const { return m_verified.count(&object) != 0; }
@@ -61,6 +63,8 @@ public:
 
     // Security environment: the key reference that MANAGE SECURITY ENVIRONMENT set, or 0.
     std::uint8_t m_bKeyReference = 0;
+    // The hash that PUT HASH left for a signature without data, or nothing.
+    Bytes m_abHash;
 
 private:
     std::vector<SFile*> m_path; // never empty
