@@ -50,6 +50,23 @@ Bytes RawEncrypt(EVP_PKEY* pKey, const Bytes& block)
     return cipher;
 }
 
+/// number^65537 mod modulus, by plain arithmetic.
+Bytes PublicOperation(ByteView number, ByteView modulus)
+{
+    const auto bignum = [](ByteView bytes) {
+        return std::unique_ptr<BIGNUM, decltype(&BN_free)>(
+            BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr), BN_free);
+    };
+    const Bytes exponent = {0x01, 0x00, 0x01};
+    const auto base = bignum(number), e = bignum(exponent), n = bignum(modulus),
+               result = bignum({});
+    const std::unique_ptr<BN_CTX, decltype(&BN_CTX_free)> pContext(BN_CTX_new(), BN_CTX_free);
+    EXPECT_EQ(1, BN_mod_exp(result.get(), base.get(), e.get(), n.get(), pContext.get()));
+    Bytes bytes(modulus.size());
+    BN_bn2binpad(result.get(), bytes.data(), static_cast<int>(bytes.size()));
+    return bytes;
+}
+
 class RsaKeys : public CardTest {
 protected:
     RsaKeys() { Send(SELECT_DS); }
@@ -106,12 +123,17 @@ protected:
         Write(block);
     }
 
-    static inline const Key s_key{EVP_RSA_gen(2048), EVP_PKEY_free}; // one for all: it takes time
+    /// One for all tests of a run: making it takes time.
+    static EVP_PKEY* HostKey()
+    {
+        static const Key s_key{EVP_RSA_gen(2048), EVP_PKEY_free};
+        return s_key.get();
+    }
 };
 
 TEST_F(RsaKeys, ALoadedKeySignsThroughTheScratchFile)
 {
-    LoadKey(KeyBlock(s_key.get()));
+    LoadKey(KeyBlock(HostKey()));
     EXPECT_EQ("9000", Send("B0 DE 20 05 00"));
     EXPECT_EQ("6982", Send("B0 DE 20 05 00")); // loaded once; now it wants the PIN
     EXPECT_EQ("6982", Send("00 2A 9E 9A 02 81 1F"));
@@ -125,7 +147,7 @@ TEST_F(RsaKeys, ALoadedKeySignsThroughTheScratchFile)
         Append(block, data);
         Write(block);
         EXPECT_EQ("9000", Send("00 2A 9E 9A 02 81 1F"));
-        EXPECT_EQ(data, Recover(s_key.get(), Read256())) << cb;
+        EXPECT_EQ(data, Recover(HostKey(), Read256())) << cb;
     }
     EXPECT_EQ("6A80", Send("00 2A 9E 9A 02 81 1F")); // a signature is no data to sign
     EXPECT_EQ("6A82", Send("00 2A 9E 9A 02 77 77"));
@@ -133,7 +155,7 @@ TEST_F(RsaKeys, ALoadedKeySignsThroughTheScratchFile)
 
 TEST_F(RsaKeys, DeciphermentTakesAndGivesTheNamedFile)
 {
-    LoadKey(KeyBlock(s_key.get()));
+    LoadKey(KeyBlock(HostKey()));
     Send("B0 DE 20 05 00");
     Send("00 20 00 9A 08", DS_PIN);
     Bytes plain(256, 0x33);
@@ -141,7 +163,7 @@ TEST_F(RsaKeys, DeciphermentTakesAndGivesTheNamedFile)
 
     CreateScratch("FF 01", "01 00");
     CreateScratch("FF 02", "01 00");
-    Write(RawEncrypt(s_key.get(), plain));
+    Write(RawEncrypt(HostKey(), plain));
     Send("00 A4 09 0C 02 FF 01 FF");
     EXPECT_EQ("9000", Send("00 2A 80 86 02 FF 02"));
     Send("00 A4 09 0C 02 FF 02 FF");
@@ -150,13 +172,13 @@ TEST_F(RsaKeys, DeciphermentTakesAndGivesTheNamedFile)
 
 TEST_F(RsaKeys, NumbersThatDoNotBelongTogetherAreNoKey)
 {
-    Bytes block = KeyBlock(s_key.get());
+    Bytes block = KeyBlock(HostKey());
     block[3 * 128 + 5] ^= 0x01;
     LoadKey(block);
     EXPECT_EQ("6A80", Send("B0 DE 20 05 00"));
     Send("00 20 00 9A 08", DS_PIN);
     EXPECT_EQ("6985", Send("00 2A 9E 9A 02 81 1F"));
-    Write(KeyBlock(s_key.get()));
+    Write(KeyBlock(HostKey()));
     EXPECT_EQ("9000", Send("B0 DE 20 05 00"));
     EXPECT_EQ("6A88", Send("B0 DE 20 06 00"));
 }
@@ -176,25 +198,37 @@ TEST_F(RsaKeys, AGeneratedPairSignsAndItsPublicHalfVerifies)
     const Bytes signature = m_card->Transmit(FromHex("00 2A 9E 9A 03 61 62 63"));
     ASSERT_EQ(130U, signature.size());
 
-    // signature^e mod n is the padded block, by plain arithmetic.
-    const auto number = [](ByteView bytes) {
-        return std::unique_ptr<BIGNUM, decltype(&BN_free)>(
-            BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr), BN_free);
-    };
-    const auto s = number(ByteView(signature).first(128)),
-               n = number(ByteView(stored).subspan(4, 128)), e = number(FromHex("010001")),
-               m = number({});
-    const std::unique_ptr<BN_CTX, decltype(&BN_CTX_free)> pContext(BN_CTX_new(), BN_CTX_free);
-    ASSERT_EQ(1, BN_mod_exp(m.get(), s.get(), e.get(), n.get(), pContext.get()));
-    Bytes block(128);
-    BN_bn2binpad(m.get(), block.data(), 128);
-    EXPECT_EQ("0001" + std::string(2 * 122, 'F') +
-                  "00"
-                  "616263",
-              ToHex(block));
+    EXPECT_EQ(
+        "0001" + std::string(2 * 122, 'F') +
+            "00"
+            "616263",
+        ToHex(PublicOperation(ByteView(signature).first(128), ByteView(stored).subspan(4, 128))));
 
     EXPECT_EQ("6A80", Send("00 46 00 00 08 20 05 70 05 00 00 03 00"));
     EXPECT_EQ("6A82", Send("00 46 00 00 08 20 05 70 99 00 00 04 00"));
+}
+
+TEST_F(RsaKeys, TheSetecCardSignsTheHashItWasGiven)
+{
+    Insert("setec");
+    EXPECT_EQ("6985", Send("00 2A 9E 9A 00"));
+    EXPECT_EQ("9000", Send("00 22 41 B6 06 83 01 83 80 01 02"));
+    EXPECT_EQ("6700", Send("00 2A 90 81 10", std::string(32, '4')));
+    EXPECT_EQ("9000", Send("00 2A 90 81 14", std::string(40, '4')));
+    const Bytes signature = m_card->Transmit(FromHex("00 2A 9E 9A 00"));
+    ASSERT_EQ(130U, signature.size());
+
+    const Bytes exported = m_card->Transmit(FromHex("80 F0 9C 00 01 03"));
+    ASSERT_EQ(12U + 3 + 128 + 2, exported.size());
+    EXPECT_EQ("0301000180", ToHex(ByteView(exported).subspan(10, 5)));
+    const ByteView modulus = ByteView(exported).subspan(12 + exported[10], 128);
+    const Bytes block = PublicOperation(ByteView(signature).first(128), modulus);
+    EXPECT_EQ("0001" + std::string(2 * 105, 'F') + "00" + std::string(40, '4'), ToHex(block));
+
+    Bytes cipher = {0x00};
+    Append(cipher, PublicOperation(block, modulus));
+    const std::string strPlain = Send("00 2A 80 86 81" + ToHex(cipher) + "80");
+    EXPECT_EQ(ToHex(block) + "9000", strPlain);
 }
 
 } // namespace
