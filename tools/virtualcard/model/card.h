@@ -59,8 +59,8 @@ public:
     void LoadState(const nlohmann::json& state);
 
     /// How often each secret arrived, and what is left of its tries, by name:
-    /// {"cns-pin": {"presented": 2, "new_values": 0, "tries_left": 3}, ...}. A value presented
-    /// counts as often as it reached the card readable, whether or not it was right.
+    /// {"cns-pin": {"presented": 2, "new_values": 0, "tries_left": 3}, ...}. Counted is each
+    /// value that the card came to judge: right, wrong, of a wrong length, or of a blocked secret.
     nlohmann::json Counters() const;
 
 private:

@@ -32,14 +32,14 @@ constexpr std::uint8_t LOAD_RSA_KEY = 0xDE, EXTEND_OBJECT = 0xDF; // B0
 
 namespace sw {
 constexpr std::uint16_t SUCCESS = 0x9000, END_OF_FILE = 0x6282, WRONG_SECRET = 0x63C0,
-                        MEMORY_FAILURE = 0x6581, WRONG_LENGTH = 0x6700, NO_SM_HERE = 0x6882,
-                        INCOMPATIBLE_FILE = 0x6981, NOT_ALLOWED = 0x6982, BLOCKED = 0x6983,
-                        DEACTIVATED = 0x6984, CONDITIONS = 0x6985, NO_CURRENT_EF = 0x6986,
-                        SM_OBJECTS_MISSING = 0x6987, SM_OBJECTS_WRONG = 0x6988, WRONG_DATA = 0x6A80,
-                        FILE_NOT_FOUND = 0x6A82, RECORD_NOT_FOUND = 0x6A83, NO_MEMORY = 0x6A84,
-                        WRONG_P1P2 = 0x6A86, OBJECT_NOT_FOUND = 0x6A88, FILE_EXISTS = 0x6A89,
-                        WRONG_OFFSET = 0x6B00, WRONG_LE = 0x6C00, UNKNOWN_INS = 0x6D00,
-                        UNKNOWN_CLA = 0x6E00, INTERNAL = 0x6F00;
+                        WRONG_LENGTH = 0x6700, NO_SM_HERE = 0x6882, INCOMPATIBLE_FILE = 0x6981,
+                        NOT_ALLOWED = 0x6982, BLOCKED = 0x6983, DEACTIVATED = 0x6984,
+                        CONDITIONS = 0x6985, NO_CURRENT_EF = 0x6986, SM_OBJECTS_MISSING = 0x6987,
+                        SM_OBJECTS_WRONG = 0x6988, WRONG_DATA = 0x6A80, FILE_NOT_FOUND = 0x6A82,
+                        RECORD_NOT_FOUND = 0x6A83, NO_MEMORY = 0x6A84, WRONG_P1P2 = 0x6A86,
+                        OBJECT_NOT_FOUND = 0x6A88, FILE_EXISTS = 0x6A89, WRONG_OFFSET = 0x6B00,
+                        WRONG_LE = 0x6C00, UNKNOWN_INS = 0x6D00, UNKNOWN_CLA = 0x6E00,
+                        INTERNAL = 0x6F00;
 }
 
 /// Thrown by a command that the card refuses; the dispatcher turns it into a bare status word.

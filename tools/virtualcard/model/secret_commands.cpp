@@ -8,8 +8,6 @@ namespace vcard {
 
 namespace {
 
-constexpr std::size_t NEW_PIN = 8; // as RESET RETRY COUNTER carries it, with its filler
-
 void RequireProtection(const SCommand& command, const SSecurityObject& object, std::size_t use)
 {
     Require(command.bProtected || !object.NeedsSm(use), sw::SM_OBJECTS_MISSING);
@@ -49,16 +47,17 @@ void ChangeWithOld(SMachine& card, SSecurityObject& object, ByteView data)
     TakeNewValue(card, object, data.subspan(cbOld));
 }
 
-/// PUK and new PIN in a row; the PIN's unblock condition names the PUK.
+/// PUK and new PIN in a row, the PIN always with its filler; the PIN's unblock condition names the
+/// PUK.
 void Unblock(SMachine& card, SSecurityObject& pin, ByteView data)
 {
     SSecurityObject& puk = card.session.Object(
         pin.abAccess[object_access::UNBLOCK] | REFERENCE_LOCAL, {EObjectKind::ePin});
-    Require(data.size() > NEW_PIN, sw::WRONG_LENGTH);
+    Require(data.size() > MAX_PIN, sw::WRONG_LENGTH);
     Require(pin.bActive, sw::DEACTIVATED);
-    const ByteView pukValue = data.first(data.size() - NEW_PIN);
+    const ByteView pukValue = data.first(data.size() - MAX_PIN);
     Present(card.session, puk, pukValue);
-    TakeNewValue(card, pin, data.last(NEW_PIN));
+    TakeNewValue(card, pin, data.last(MAX_PIN));
     pin.bTriesLeft = pin.MaxTries();
     card.session.ClearVerified(pin);
 }

@@ -9,6 +9,9 @@
 
 namespace vcard {
 
+/// Bytes of the longest PIN, and of every PIN with its filler.
+constexpr std::size_t MAX_PIN = 8;
+
 enum class EObjectKind {
     ePin,     ///< PIN or PUK, presented with VERIFY
     eAuthKey, ///< Triple-DES key proved with EXTERNAL AUTHENTICATE

@@ -91,6 +91,7 @@ SSecurityObject ObjectFrom(const json& from)
     object.abSm = HexOf(from, "sm", {object_sm::COUNT});
     object.abValue = HexOf(from, "value", {});
     object.bTriesLeft = Number<std::uint8_t>(from, "tries_left", object.MaxTries());
+    Check(object.Kind() != EObjectKind::ePin || object.abValue.size() <= MAX_PIN, "a long PIN");
     object.bActive = from.at("active").get<bool>();
     object.cPresented = Number<std::uint32_t>(from, "presented");
     object.cNewValues = Number<std::uint32_t>(from, "new_values");

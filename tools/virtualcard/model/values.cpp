@@ -10,7 +10,6 @@ namespace vcard {
 
 namespace {
 
-constexpr std::size_t MAX_PIN = 8;
 constexpr std::uint8_t FILLER = 0xFF;
 
 Bytes NewPin(const SCardImage& image, const SSecurityObject& object, ByteView value)
