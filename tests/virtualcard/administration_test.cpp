@@ -144,6 +144,40 @@ TEST_F(Administration, RewritingAnObjectWantsItsOwnCondition)
     EXPECT_EQ("6984", Send("00 20 00 9A 00"));
 }
 
+TEST_F(Administration, LockAndReactivateLeaveTheConditionsTheyWrite)
+{
+    Send(SELECT_DS);
+    EXPECT_EQ("9000", Authenticate(ISSUER_KEY, 0x9C, 0x80));
+    EXPECT_EQ("9000", Send("00 04 00 00 02 00 1A"));
+    const std::string strWrong(48, '2');
+    while (Authenticate(strWrong) != "6983")
+        ;
+    const struct {
+        const char *szSelect, *szAccess;
+    } tightened[] = {
+        {"00 A4 00 00 02 3F 00 FF", "FF FF FF FF FF 00 FF 10 FF"},
+        {"00 A4 09 00 02 14 00 FF", "FF FF FF FF FF FF FF 10 FF"},
+        {"00 A4 09 00 02 2F FF FF", "FF 00 00 FF FF FF FF 00 FF"},
+    };
+    for (const auto& file : tightened) {
+        Send(SELECT_MF);
+        Send(file.szSelect);
+        EXPECT_EQ("9000", Send("00 DA 01 6F 0C 86 0A", file.szAccess + std::string("FF")));
+        EXPECT_EQ("6982", Send("00 DA 01 6F 0C 86 0A", ALL_OPEN + std::string("FF")));
+        Send(SELECT_MF);
+        EXPECT_EQ("8609" + ToHex(FromHex(file.szAccess)) + "9000",
+                  Send(file.szSelect).substr(2 * 27));
+    }
+
+    Send(SELECT_DS);
+    EXPECT_EQ("9000", Send("00 20 00 9B 08", DS_PUK));
+    EXPECT_EQ("9000", Send("00 44 00 00 02 00 1A"));
+    EXPECT_EQ("9000", Send("00 2C 00 9A 10", std::string(DS_PUK) + CNS_PIN));
+    EXPECT_EQ("9000", Send("00 DA 01 6E 10 83 02 00 1A 86 0A 00 1A 1B FF 1B FF FF FF FF FF"));
+    EXPECT_EQ("9000", Send("00 20 00 9A 08", CNS_PIN));
+    EXPECT_EQ("001A1BFF1BFFFFFFFFFF", m_card->State()["mf"]["children"][2]["objects"][0]["access"]);
+}
+
 TEST_F(Administration, ChangeKeyDataReplacesTheProtectionKeyOfANewObject)
 {
     Send(SELECT_DS);
@@ -208,6 +242,7 @@ TEST_F(Administration, NonsenseAsStateIsRefusedAndChangesNothing)
         {"/mf/active", "1"},
         {"/mf/objects/0/value", "\"3\""},
         {"/mf/objects/0/value", "\"zz\""},
+        {"/mf/objects/0/value", "\"313233343536373839\""},
         {"/mf/objects/0/tries_left", "4"},
         {"/mf/objects/0/tries_left", "-1"},
         {"/mf/objects/0/sm", "\"FF\""},
