@@ -181,7 +181,7 @@ public:
         if (lExchange != 0) {
             return lExchange;
         }
-        if (!Usable()) {
+        if (!Usable() || Sw() == 0) { // as a number 0000 would pass for success
             return sw::NO_DIAGNOSIS;
         }
         return Sw() == sw::SUCCESS ? 0 : Sw();
