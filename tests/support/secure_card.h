@@ -18,10 +18,12 @@ public:
     /// The two exchanges in front of each protected command.
     void ExpectRandoms()
     {
-        Bytes challenge = libcrypto::Random(8);
-        m_abChallenge = challenge;
-        challenge.insert(challenge.end(), {0x90, 0x00});
-        m_pcsc.Step("challenge", "00 84 00 00 08", challenge);
+        m_pcsc.Compute("challenge", [this](const Bytes& command) {
+            EXPECT_EQ("00 84 00 00 08", scripted::ToHex(command.data(), command.size()));
+            Bytes answer = m_abChallenge = libcrypto::Random(8);
+            answer.insert(answer.end(), {0x90, 0x00});
+            return SAnswer(answer);
+        });
         m_pcsc.Compute("host random", [this](const Bytes& command) -> SAnswer {
             EXPECT_EQ("80 86 00 00 08", scripted::ToHex(command.data(), 5));
             EXPECT_EQ(13u, command.size());

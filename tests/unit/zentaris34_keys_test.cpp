@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Zentaris34: the flows of 2048-bit keys through scratch files. Each is written down once, and then
+// fails at each of its commands in turn: the scratch files go in every case.
+
+#include "cardlib/scardzentaris34.h"
+#include "tests/support/session_test.h"
+
+#include <cstring>
+#include <functional>
+
+namespace {
+struct SCommand {
+    std::string hex;
+    SAnswer answer;
+    bool bMayFail = false; ///< the flow goes on when the card refuses it
+};
+using Flow = std::vector<SCommand>;
+
+scripted::Bytes Numbered(std::size_t cb)
+{
+    scripted::Bytes bytes(cb);
+    for (std::size_t i = 0; i < cb; ++i)
+        bytes[i] = static_cast<std::uint8_t>(i * 7 + (i >> 8));
+    return bytes;
+}
+
+class Zentaris34Keys : public CSessionTest<CSCardZentaris34> {
+protected:
+    /// Runs a flow whole, and then with a refusal at each command that may not fail.
+    void Sweep(const Flow& flow, const Flow& cleanUp, const std::function<long()>& call)
+    {
+        for (std::size_t iRefused = 0; iRefused <= flow.size(); ++iRefused) {
+            if (iRefused < flow.size() && flow[iRefused].bMayFail)
+                continue;
+            SCOPED_TRACE(iRefused < flow.size() ? flow[iRefused].hex : "all answered");
+            Card().InvalidateCache();
+            Card().m_Current_DF_path = Card().m_Current_EF_path = DFEF_Path();
+            Card().m_bCurrentDFPhisicallySelected = 1;
+            Card().m_bCurrentEFPhisicallySelected = 0;
+            for (std::size_t i = 0; i < std::min(iRefused + 1, flow.size()); ++i)
+                card.Step("flow", flow[i].hex.c_str(), i == iRefused ? 0x6581 : flow[i].answer);
+            for (const auto& command : cleanUp)
+                card.Step("clean-up", command.hex.c_str(), command.answer);
+            EXPECT_EQ(iRefused < flow.size() ? 0x6581 : 0, call());
+        }
+    }
+
+    static void Read(Flow& flow, const scripted::Bytes& data)
+    {
+        for (std::size_t i = 0; i < data.size(); i += 64) {
+            scripted::Bytes piece(data.begin() + static_cast<long>(i),
+                                  data.begin() + static_cast<long>(std::min(i + 64, data.size())));
+            const std::uint8_t command[] = {0x00, 0xB0, static_cast<std::uint8_t>(i >> 8),
+                                            static_cast<std::uint8_t>(i),
+                                            static_cast<std::uint8_t>(piece.size())};
+            piece.insert(piece.end(), {0x90, 0x00});
+            flow.push_back({scripted::ToHex(command, 5), piece});
+        }
+    }
+    static void Write(Flow& flow, const scripted::Bytes& data)
+    {
+        for (std::size_t i = 0; i < data.size(); i += 64) {
+            const std::size_t cb = std::min<std::size_t>(64, data.size() - i);
+            const std::uint8_t command[] = {0x00, 0xD6, static_cast<std::uint8_t>(i >> 8),
+                                            static_cast<std::uint8_t>(i),
+                                            static_cast<std::uint8_t>(cb)};
+            flow.push_back(
+                {scripted::ToHex(command, 5) + scripted::ToHex(data.data() + i, cb), 0x9000});
+        }
+    }
+    /// Deletes and creates a scratch file that everybody may use.
+    static void Scratch(Flow& flow, const std::string& fid, const std::string& size)
+    {
+        flow.push_back({"00 E4 00 00 02" + fid, 0x6A82, true});
+        Create(flow, fid, size);
+    }
+    static void Create(Flow& flow, const std::string& fid, const std::string& size)
+    {
+        flow.push_back({"00 A4 09 0C 02" + fid + "FF", 0x6A82, true});
+        flow.push_back({"00 E0 00 00 20 6F 1E 81 02" + size + "82 03 01 00 00 83 02" + fid +
+                            "85 03 00 00 00 86 0A 00 00 00 00 00 00 00 00 00 FF",
+                        0x9000});
+    }
+    const Flow m_bothGone{{"00 E4 00 00 02 FF 01", 0x9000}, {"00 E4 00 00 02 FF 02", 0x6A82}};
+};
+
+TEST_F(Zentaris34Keys, SignatureGoesThroughItsFile)
+{
+    for (const CK_BYTE cbData : {CK_BYTE{0x7F}, CK_BYTE{0x80}, CK_BYTE{245}}) {
+        SCOPED_TRACE(unsigned{cbData});
+        const auto data = Numbered(cbData);
+        scripted::Bytes block = cbData < 0x80 ? scripted::Bytes{0x9A, cbData}
+                                              : scripted::Bytes{0x9A, 0x82, 0x00, cbData};
+        block.insert(block.end(), data.begin(), data.end());
+        block.resize(255);
+        const auto signature = Numbered(256);
+        Flow flow{{"00 A4 09 0C 02 81 1F FF", 0x9000}};
+        Write(flow, block);
+        flow.push_back({"00 2A 9E 9A 02 81 1F", 0x9000});
+        flow.push_back({"00 A4 09 0C 02 81 1F FF", 0x9000});
+        Read(flow, signature);
+        Sweep(flow, {}, [&] {
+            CK_BYTE ab[256];
+            CK_ULONG cb = sizeof ab;
+            const long lResult = Card().ComputeSignature2048(data.data(), cbData, ab, &cb);
+            EXPECT_TRUE(lResult != 0 || std::memcmp(ab, signature.data(), sizeof ab) == 0);
+            // the card has changed the file: nothing of it may be served from the cache
+            DFEF_Path path = Card().m_Current_DF_path;
+            path.Append(0x811F);
+            EXPECT_FALSE(Card().m_Cache.isCached(path, 0, 1));
+            return lResult;
+        });
+    }
+}
+
+TEST_F(Zentaris34Keys, SignatureArgumentsAreRefusedWithoutACommand)
+{
+    CK_BYTE ab[256] = {};
+    CK_ULONG cb = 255;
+    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 20, ab, nullptr));
+    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 246, ab, &cb));
+    EXPECT_EQ(255u, cb);
+    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 20, ab, &cb));
+    EXPECT_EQ(256u, cb);
+    cb = 0;
+    EXPECT_EQ(0, Card().ComputeSignature2048(ab, 20, nullptr, &cb));
+    EXPECT_EQ(256u, cb);
+    EXPECT_EQ(0u, card.Count("Transmit"));
+}
+
+TEST_F(Zentaris34Keys, DeciphermentLeavesNoScratchFile)
+{
+    auto cipher = Numbered(256);
+    const scripted::Bytes plain(256, 0x42);
+    Flow flow;
+    Scratch(flow, "FF 01", "01 00");
+    Scratch(flow, "FF 02", "01 00");
+    flow.push_back({"00 A4 09 0C 02 FF 02 FF", 0x9000, true}); // brings the new file in line
+    Write(flow, cipher);
+    flow.push_back({"00 A4 09 0C 02 FF 01 FF", 0x9000});
+    flow.push_back({"00 2A 80 86 02 FF 02", 0x9000});
+    flow.push_back({"00 A4 09 0C 02 FF 02 FF", 0x9000});
+    Read(flow, plain);
+    Sweep(flow, m_bothGone, [&] {
+        CK_BYTE ab[256];
+        CK_ULONG cb = sizeof ab;
+        const long lResult = Card().EncDec2048(0x8086, cipher.data(), 256, ab, &cb);
+        EXPECT_TRUE(lResult != 0 || std::memcmp(ab, plain.data(), sizeof ab) == 0);
+        return lResult;
+    });
+}
+
+TEST_F(Zentaris34Keys, DeciphermentArgumentsAreRefusedBeforeAnyScratchFile)
+{
+    CK_BYTE ab[256] = {};
+    CK_ULONG cb = 255;
+    Card().m_bCurrentDFPhisicallySelected = 1;
+    EXPECT_EQ(eM4Error_invalid_args, Card().EncDec2048(0x8086, ab, 256, ab, &cb));
+    EXPECT_EQ(255u, cb); // not updated, unlike for a signature
+    EXPECT_EQ(0, Card().EncDec2048(0x8086, ab, 256, nullptr, &cb));
+    EXPECT_EQ(256u, cb);
+    EXPECT_EQ(eM4Error_invalid_args, Card().EncDec2048(0x8086, ab, 255, ab, &cb));
+    EXPECT_EQ(eM4Error_invalid_args, Card().EncDec2048(0x8680, ab, 256, ab, &cb));
+    EXPECT_EQ(0u, card.Count("Transmit"));
+}
+
+TEST_F(Zentaris34Keys, KeyIsLoadedThroughAFileWithTheCoefficientBeforeTheExponents)
+{
+    auto key = Numbered(648);
+    CK_BYTE* const pb = key.data();
+    _M4_BSO_info info;
+    info.ObjectClass = 0x27;
+    info.ObjectId = 0x05;
+    info.AC_CHANGE = 0x1A;
+    for (const int nExtended : {0x9000, 0x6A81}) { // the second: extended already
+        Flow flow{{"00 E4 00 00 02 FF 02", 0x6A82, true},
+                  {"00 DA 01 6E 2E 83 02 27 05 85 08 00 00 00 00 00 00 00 00 "
+                   "86 0A 00 1A 00 00 00 00 00 00 1A FF "
+                   "8B 10 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 8F 00",
+                   0x9000},
+                  {"B0 DF 27 05 00", nExtended}};
+        Create(flow, "FF 02", "02 88");
+        flow.push_back({"00 A4 09 0C 02 FF 02 FF", 0x9000, true});
+        Write(flow, key);
+        flow.push_back({"B0 DE 27 05 00", 0x9000});
+        Sweep(flow, {{"00 E4 00 00 02 FF 02", 0x9000}}, [&] {
+            return Card().CreateRsa2048Key(&info, pb, pb + 128, pb + 384, pb + 512, pb + 256,
+                                           pb + 640);
+        });
+    }
+}
+} // namespace
