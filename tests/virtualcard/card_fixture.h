@@ -7,6 +7,7 @@
 #include "model/card.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace vcard {

@@ -7,6 +7,8 @@
 #include "model/profile.h"
 #include "model/state.h"
 
+#include <nlohmann/json.hpp>
+
 namespace vcard {
 
 struct CCard::SImpl {

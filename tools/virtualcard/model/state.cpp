@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace vcard {

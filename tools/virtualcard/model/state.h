@@ -5,7 +5,7 @@
 
 #include "model/machine.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace vcard {
 
