@@ -189,9 +189,10 @@ long CFileCacheSystem::Get(DFEF_Path ef_path, long start, long& len, CK_BYTE*& p
     if (!pLongest)
         return bPinRequired ? PIN_REQUIRED : MISS;
     // On purpose the offsets of the last chunk, not of the longest: only a result of 0 is acted
-    // upon.
+    // upon. They may lead outside the chunk, where only numbers may be added.
     const _CachedChunk& last = *pChunks->back();
-    pData = pLongest->pData + (start - StartOf(last));
+    pData = reinterpret_cast<CK_BYTE*>(reinterpret_cast<std::uintptr_t>(pLongest->pData) +
+                                       static_cast<std::uintptr_t>(start - StartOf(last)));
     len = EndOf(last) + 1 - start;
     bPartialCache = !pLongest->bIsLastChunk;
     return MISS;
