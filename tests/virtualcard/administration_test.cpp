@@ -32,7 +32,7 @@ TEST_F(Administration, PutDataReplacesTheConditionsOfTheSelectedFile)
 {
     Send(SELECT_DS);
     EXPECT_EQ("9000", Send("00 DA 01 6F 0C 86 0A 00 FF FF FF FF FF 00 10 FF FF"));
-    EXPECT_EQ("860900FFFFFFFFFF0010FF9000", Send("00 A4 09 00 02 14 00 FF").substr(2U * 27));
+    EXPECT_EQ("860900FFFFFFFFFF0010FF9000", Send("00 A4 09 00 02 14 00 FF").substr(54));
     EXPECT_EQ("6982", CreateEf("70 01", "00 10")); // creating now wants the CNS PIN
     Send("00 20 00 90 08", CNS_PIN);
     EXPECT_EQ("9000", CreateEf("70 01", "00 10"));
@@ -82,7 +82,7 @@ TEST_F(Administration, ANewDfBecomesTheCurrentOne)
     EXPECT_EQ("9000", CreateEf("50 01", "00 10"));
     EXPECT_EQ("9000", Send("00 A4 08 0C 04 50 00 50 01"));
     Send(SELECT_MF);
-    EXPECT_EQ("820638000180", Send("00 A4 09 00 02 50 00 FF").substr(2U * 10, 12));
+    EXPECT_EQ("820638000180", Send("00 A4 09 00 02 50 00 FF").substr(20, 12));
     EXPECT_EQ("9000", Send("00 A4 03 0C"));
     EXPECT_EQ("9000", Send("00 E4 00 00 02 50 00"));
 }
@@ -165,8 +165,7 @@ TEST_F(Administration, LockAndReactivateLeaveTheConditionsTheyWrite)
         EXPECT_EQ("9000", Send("00 DA 01 6F 0C 86 0A", file.szAccess + std::string("FF")));
         EXPECT_EQ("6982", Send("00 DA 01 6F 0C 86 0A", ALL_OPEN + std::string("FF")));
         Send(SELECT_MF);
-        EXPECT_EQ("8609" + ToHex(FromHex(file.szAccess)) + "9000",
-                  Send(file.szSelect).substr(2U * 27));
+        EXPECT_EQ("8609" + ToHex(FromHex(file.szAccess)) + "9000", Send(file.szSelect).substr(54));
     }
 
     Send(SELECT_DS);

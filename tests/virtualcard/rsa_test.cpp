@@ -199,7 +199,7 @@ TEST_F(RsaKeys, AGeneratedPairSignsAndItsPublicHalfVerifies)
     ASSERT_EQ(130U, signature.size());
 
     EXPECT_EQ(
-        "0001" + std::string(2U * 122, 'F') +
+        "0001" + std::string(244, 'F') +
             "00"
             "616263",
         ToHex(PublicOperation(ByteView(signature).first(128), ByteView(stored).subspan(4, 128))));
@@ -223,7 +223,7 @@ TEST_F(RsaKeys, TheSetecCardSignsTheHashItWasGiven)
     EXPECT_EQ("0301000180", ToHex(ByteView(exported).subspan(10, 5)));
     const ByteView modulus = ByteView(exported).subspan(12 + exported[10], 128);
     const Bytes block = PublicOperation(ByteView(signature).first(128), modulus);
-    EXPECT_EQ("0001" + std::string(2U * 105, 'F') + "00" + std::string(40, '4'), ToHex(block));
+    EXPECT_EQ("0001" + std::string(210, 'F') + "00" + std::string(40, '4'), ToHex(block));
 
     Bytes cipher = {0x00};
     Append(cipher, PublicOperation(block, modulus));
