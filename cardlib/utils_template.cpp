@@ -5,6 +5,7 @@
 #include "cardlib/utils.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -31,10 +32,12 @@ void FreeValue(CK_ATTRIBUTE& record)
     record.pValue = nullptr;
 }
 
-/// \return false when memory is short; pValue is then null.
+/// \return false when memory is short, or for "no length known" (all bits set) and other lengths
+/// that no object can have; pValue is then null.
 bool AllocValue(CK_ATTRIBUTE& record)
 {
-    record.pValue = new (std::nothrow) CK_BYTE[record.ulValueLen];
+    record.pValue =
+        record.ulValueLen <= PTRDIFF_MAX ? new (std::nothrow) CK_BYTE[record.ulValueLen] : nullptr;
     return record.pValue != nullptr;
 }
 

@@ -96,7 +96,7 @@ TEST(Templates, ALengthThatNoMemoryHoldsIsAFailureNotAnException)
     EXPECT_FALSE(CK_TemplateAlloc(records, 2));
     EXPECT_EQ(nullptr, records[1].pValue);
     EXPECT_TRUE(CK_TemplateFree(records, 2, true));
-    records[0] = {1, records, ~0ul >> 1};
+    records[0] = {1, records, ~0ul};
     CK_ATTRIBUTE* pCopy = nullptr;
     EXPECT_FALSE(CK_TemplateCopy(records, 1, &pCopy));
     EXPECT_EQ(nullptr, pCopy);
