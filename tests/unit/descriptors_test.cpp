@@ -10,7 +10,6 @@
 #include <numeric>
 
 using scripted::Bytes;
-using scripted::FromHex;
 using scripted::ToHex;
 
 namespace {
@@ -130,12 +129,13 @@ TEST(FileDescriptor, WritesItsBodies)
     EXPECT_EQ("86 09 " + kFileAccess, Body(sm, ADMIN));
     EXPECT_EQ("86 09 " + kFileAccess + kFileSm, Body(sm, ADMIN_SM));
 
-    for (_M4_FileInfo_common* pInfo : {&common, static_cast<_M4_FileInfo_common*>(&sm)}) {
-        pInfo->SetAdditionalACPaddingFF(3);
-        EXPECT_EQ("86 0C " + kFileAccess + " FF FF FF", Body(*pInfo, ADMIN));
-        EXPECT_EQ(head + "86 0C " + kFileAccess + " FF FF FF" + (pInfo == &sm ? kFileSm : ""),
-                  Body(*pInfo, WHOLE));
-    }
+    const std::string padded = "86 0C " + kFileAccess + " FF FF FF";
+    common.SetAdditionalACPaddingFF(3);
+    sm.SetAdditionalACPaddingFF(3);
+    EXPECT_EQ(padded, Body(common, ADMIN));
+    EXPECT_EQ(head + padded, Body(common, WHOLE));
+    EXPECT_EQ(padded + kFileSm, Body(sm, ADMIN_SM));
+    EXPECT_EQ(head + padded + kFileSm, Body(sm, WHOLE));
 }
 
 TEST(FileDescriptor, StartsAndResetsWithEverythingForbidden)
@@ -201,7 +201,7 @@ TEST(ObjectDescriptor, OnlyTheLowByteOfALongLengthIsWritten)
     bso.ObjectDataLen = 300;
     const std::string body = Body(bso, WHOLE);
     EXPECT_EQ(344u, (body.size() + 1) / 3);
-    EXPECT_EQ("8F 2C 00", body.substr(42 * 3, 8));
+    EXPECT_EQ("8F 2C 00", body.substr(42 * 3ul, 8));
 }
 
 TEST(ObjectDescriptor, MoreDataThanItsFieldHoldsIsRefused)

@@ -6,8 +6,10 @@
 
 #include "tests/support/scripted_pcsc.h"
 
-#include <cstring>
+#include <chrono>
+#include <limits>
 #include <random>
+#include <thread>
 
 using scripted::Bytes;
 using scripted::ToHex;
@@ -108,11 +110,11 @@ TEST_F(FileCache, APartIsReportedAfterTheLongestCandidateWithTheLastChunksOffset
 {
     Put(file, 0, Counting(100));
     Put(file, 10, Counting(20, 0xA0)); // goes into the first chunk
-    Put(file, 95, Counting(10));       // the last chunk: 95 to 104
+    Put(file, 95, Counting(10, 0xC0)); // the last chunk: 95 to 104
     EXPECT_EQ(CFileCacheSystem::MISS, Get(file, 97, 50));
     EXPECT_EQ(1, bPartial);
     EXPECT_EQ(105 - 97, lLen);
-    EXPECT_EQ(2, *pData) << "byte 97 - 95 of the longest chunk, though 97 is meant";
+    EXPECT_EQ(2, *pData) << "byte 97 - 95 of the longest chunk; byte 97 is C2";
 }
 
 TEST_F(FileCache, APartThatReachesTheEndOfTheFileIsNotCalledPartial)
@@ -196,9 +198,12 @@ TEST_F(FileCache, AgeIsStoredTimeMinusNow)
     cache.m_bUseCacheExpire = 1;
     cache.m_ulCacheExpireSeconds = 0;
     EXPECT_FALSE(cache.isCached(file, 0, 4)) << "no difference is below 0";
-    cache.m_ulCacheExpireSeconds = 0x100000000;
+    cache.m_ulCacheExpireSeconds = 3600;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    EXPECT_FALSE(cache.isCached(file, 0, 4)) << "one second of age wraps around";
+    cache.m_ulCacheExpireSeconds = 0xFFFFFFFF + 1ul;
     EXPECT_TRUE(cache.isCached(file, 0, 4)) << "every 32-bit difference is below this";
-    EXPECT_EQ(0, Get(file, 0, 4));
+    EXPECT_EQ("00", Read(file, 0, 1)) << "only isCached looks at the age";
 }
 
 TEST_F(FileCache, ASelectionIsRememberedOnceWithItsFirstFlags)

@@ -11,7 +11,6 @@
 
 using scripted::Bytes;
 using scripted::FromHex;
-using scripted::ToHex;
 
 namespace {
 
