@@ -195,6 +195,21 @@ TEST(ObjectDescriptor, TheZentarisVariantAddsTwoConditionsAndTheLifeCycleOfAPin)
               Body(bso, WHOLE, 2));
 }
 
+TEST(ObjectDescriptor, TheZentarisVariantAsksForTwoBytesLessThanItWrites)
+{
+    _ZT34_BSO_info bso;
+    const std::pair<CK_BYTE, CK_ULONG> cases[] = {{0xC7, 47}, {0x20, 44}, {0x08, 44}};
+    for (const auto& [bClass, ulAsked] : cases) {
+        bso.ObjectClass = bClass;
+        CK_ULONG ulSize = 0;
+        EXPECT_EQ(1, bso.GetTLV(nullptr, &ulSize));
+        EXPECT_EQ(ulAsked, ulSize);
+        CK_BYTE ab[49];
+        EXPECT_EQ(0, bso.GetTLV(ab, &ulSize));
+        EXPECT_EQ(ulAsked + 2, ulSize);
+    }
+}
+
 TEST(ObjectDescriptor, OnlyTheLowByteOfALongLengthIsWritten)
 {
     _M4_BSO_info bso;
