@@ -57,12 +57,8 @@ _M4_BSO_info::~_M4_BSO_info()
 
 void _M4_BSO_info::SetDefaultConditions(CK_BYTE bValue)
 {
-    for (const BsoByte field : kBsoAccess) {
-        this->*field = bValue;
-    }
-    for (const BsoByte field : kBsoSm) {
-        this->*field = bValue;
-    }
+    SetAll(*this, kBsoAccess, bValue);
+    SetAll(*this, kBsoSm, bValue);
 }
 
 long _M4_BSO_info::ParseTLV(const CK_BYTE* /*pTlvData*/, CK_ULONG /*ulTlvDataSize*/)
@@ -109,8 +105,7 @@ void _M4_BSO_info::Reset()
 {
     SetAll(*this, kBsoIdentifier, 0);
     SetAll(*this, kBsoParameters, 0);
-    SetAll(*this, kBsoAccess, 0);
-    SetAll(*this, kBsoSm, 0);
+    SetDefaultConditions(0);
     explicit_bzero(pObjectData, sizeof pObjectData);
     ObjectDataLen = 0;
 }
