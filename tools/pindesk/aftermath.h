@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What really happened when an operation failed. Result codes alone do not tell a wrong value from
+// a reader that failed, so the card is asked again before anything is said.
+
+#ifndef TOOLS_PINDESK_AFTERMATH_H
+#define TOOLS_PINDESK_AFTERMATH_H
+
+#include "card_query.h"
+
+namespace tool {
+
+/// What was undertaken.
+struct Deed {
+    std::string reader;
+    const Secret* presented; ///< null when no secret was
+    Tries before;            ///< of the secret presented
+    bool isProtected;        ///< under secure messaging
+    bool isChange;           ///< of a secret, by the secret itself
+    const char* doubt;       ///< what is not known when an answer is lost
+};
+
+/// \param code  other than 0.
+Outcome Judge(const Deed& deed, long code);
+
+} // namespace tool
+
+#endif

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One byte per read(2): a secret is a dozen bytes, and what follows belongs to somebody else.
+
+#include "line_reader.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace tool {
+
+namespace {
+
+LineEnd ReadRaw(int fd, CSecretInput& line, const volatile std::sig_atomic_t& stop)
+{
+    bool hasInput = false;
+    for (;;) {
+        unsigned char b = 0;
+        const ssize_t got = read(fd, &b, 1);
+        if (got < 0 && errno == EINTR && stop == 0)
+            continue;
+        if (got < 0)
+            return stop != 0 ? LineEnd::Interrupted : LineEnd::Failed;
+        if (got == 0)
+            return hasInput ? LineEnd::Complete : LineEnd::NoInput;
+        if (b == '\n')
+            return LineEnd::Complete;
+        if (b == 0)
+            return LineEnd::Nul;
+        hasInput = true;
+        if (!line.Append(b))
+            return LineEnd::TooLong;
+    }
+}
+
+} // namespace
+
+LineEnd ReadLine(int fd, CSecretInput& line, const volatile std::sig_atomic_t& stop)
+{
+    line.Wipe();
+    const LineEnd end = ReadRaw(fd, line, stop);
+    if (end != LineEnd::Complete)
+        line.Wipe();
+    else if (!line.empty() && line.back() == '\r')
+        line.DropLast();
+    return end;
+}
+
+LineEnd ReadLine(int fd, CSecretInput& line)
+{
+    static const volatile std::sig_atomic_t kNever = 0;
+    return ReadLine(fd, line, kNever);
+}
+
+const char* Describe(LineEnd end)
+{
+    switch (end) {
+    case LineEnd::Complete:
+        return "is complete";
+    case LineEnd::NoInput:
+        return "is missing: the input ended";
+    case LineEnd::TooLong:
+        return "is far too long";
+    case LineEnd::Nul:
+        return "holds a NUL byte";
+    case LineEnd::Failed:
+        return "cannot be read";
+    case LineEnd::Interrupted:
+        return "was interrupted";
+    }
+    return "";
+}
+
+} // namespace tool

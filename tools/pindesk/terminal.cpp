@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The signals are only remembered while the echo is off, and raised again once it is back.
+
+#include "terminal.h"
+
+#include <array>
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace tool {
+
+namespace {
+
+volatile std::sig_atomic_t g_signal = 0;
+
+void Remember(int signal)
+{
+    g_signal = signal;
+}
+
+class CTerminal {
+public:
+    CTerminal() : m_fd(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
+    ~CTerminal()
+    {
+        if (m_fd >= 0)
+            close(m_fd);
+    }
+    CTerminal(const CTerminal&) = delete;
+    CTerminal& operator=(const CTerminal&) = delete;
+
+    int Fd() const { return m_fd; }
+    void Say(const std::string& text) const
+    {
+        [[maybe_unused]] const ssize_t written = write(m_fd, text.data(), text.size());
+    }
+
+private:
+    int m_fd;
+};
+
+/// Remembers signals instead of taking them; those that are ignored stay so.
+class CSignalScope {
+public:
+    CSignalScope()
+    {
+        g_signal = 0;
+        struct sigaction remember = {};
+        remember.sa_handler = Remember; // without SA_RESTART: the read must end
+        for (std::size_t i = 0; i < kSignals.size(); ++i) {
+            sigaction(kSignals[i], nullptr, &m_before[i]);
+            if (m_before[i].sa_handler != SIG_IGN)
+                sigaction(kSignals[i], &remember, nullptr);
+        }
+    }
+    ~CSignalScope()
+    {
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            sigaction(kSignals[i], &m_before[i], nullptr);
+    }
+    CSignalScope(const CSignalScope&) = delete;
+    CSignalScope& operator=(const CSignalScope&) = delete;
+
+private:
+    static constexpr std::array kSignals = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM,
+                                            SIGTSTP, SIGTTIN, SIGTTOU};
+    std::array<struct sigaction, kSignals.size()> m_before{};
+};
+
+class CEchoScope {
+public:
+    CEchoScope(int fd, Echo echo) : m_fd(fd)
+    {
+        m_isChanged = echo == Echo::Off && tcgetattr(fd, &m_before) == 0;
+        if (!m_isChanged)
+            return;
+        termios quiet = m_before;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL);
+        tcsetattr(fd, TCSAFLUSH, &quiet);
+    }
+    ~CEchoScope()
+    {
+        if (m_isChanged)
+            tcsetattr(m_fd, TCSAFLUSH, &m_before); // what else was typed is not for the shell
+    }
+    CEchoScope(const CEchoScope&) = delete;
+    CEchoScope& operator=(const CEchoScope&) = delete;
+
+private:
+    int m_fd;
+    bool m_isChanged = false;
+    termios m_before{};
+};
+
+LineEnd AskOnce(const CTerminal& terminal, const std::string& question, Echo echo,
+                CSecretInput& answer)
+{
+    const CSignalScope signals;
+    const CEchoScope scope(terminal.Fd(), echo);
+    terminal.Say(question);
+    const LineEnd end = ReadLine(terminal.Fd(), answer, g_signal);
+    if (echo == Echo::Off)
+        terminal.Say("\n");
+    return end;
+}
+
+} // namespace
+
+LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer)
+{
+    const CTerminal terminal;
+    if (terminal.Fd() < 0)
+        return LineEnd::Failed;
+    for (;;) {
+        const LineEnd end = AskOnce(terminal, question, echo, answer);
+        if (g_signal == 0)
+            return end;
+        answer.Wipe();
+        raise(g_signal); // comes back only when it stopped the program and somebody continued it
+    }
+}
+
+void SayAtTerminal(const std::string& line)
+{
+    const CTerminal terminal;
+    if (terminal.Fd() >= 0)
+        terminal.Say(line + "\n");
+}
+
+} // namespace tool

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Questions at the controlling terminal. A hidden answer is not shown, and the terminal is put back
+// as it was on every way out, a signal included.
+
+#ifndef TOOLS_PINDESK_TERMINAL_H
+#define TOOLS_PINDESK_TERMINAL_H
+
+#include "line_reader.h"
+
+#include <string>
+
+namespace tool {
+
+enum class Echo { Off, On };
+
+/// Asks at the terminal, whatever standard input and output are.
+/// \return Failed when there is no terminal. A signal that ends the program does so once the
+///         terminal is restored; after a stop the question is asked again.
+LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer);
+
+/// Shows a line at the terminal.
+void SayAtTerminal(const std::string& line);
+
+} // namespace tool
+
+#endif
