@@ -128,12 +128,15 @@ Outcome JudgeUnsent(const Deed& deed, long code)
                                        : ContactOutcome(contact, deed.reader, code);
 }
 
-// The new value was refused, or accepted with the answer lost: the card cannot be asked which.
-Outcome JudgeAtNewValue(const Deed& deed, long code)
+// The old value was right just now. While the card still counts it as verified, nothing shows that
+// the new one arrived; once it does not, the new one may have been taken, or the card was reset.
+Outcome JudgeAtNewValue(const Deed& deed, const Tries& after, long code)
 {
+    if (after.state != Tries::State::AlreadyVerified)
+        return Lost(deed, Contact::Answers, code);
     Outcome outcome = ExplainedOutcome(code);
-    outcome.message += " Should the reader have failed just then, the new one may be in force.";
-    outcome.advice = std::string("To learn which: pindesk verify ") + deed.presented->word;
+    outcome.advice =
+        std::string("To make sure which value is in force: pindesk verify ") + deed.presented->word;
     return outcome;
 }
 
@@ -147,7 +150,7 @@ Outcome JudgeStage(const Deed& deed, const Tries& after, long code)
                    ? With(after, ExplainedOutcome(code))
                    : Lost(deed, Contact::Answers, code);
     case Stage::AtNewValue:
-        return JudgeAtNewValue(deed, code);
+        return JudgeAtNewValue(deed, after, code);
     case Stage::NothingSent:
     case Stage::AfterSecret:
     case Stage::AtProtection:

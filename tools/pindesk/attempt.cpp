@@ -18,21 +18,16 @@ const std::string& SourceOf(const Options& options, const Secret& secret)
     return secret.isPuk ? options.pukFrom : options.pinFrom;
 }
 
-std::string Range(const Limits& limits)
-{
-    const std::string max = std::to_string(limits.max) + " characters";
-    return limits.min == limits.max ? max : std::to_string(limits.min) + " to " + max;
-}
-
 void ReadChecked(const CSource& source, const Secret& secret, bool isNew, CSecretInput& value)
 {
     const Limits limits = ReportedLimits(1, nullptr)[secret.position];
     const std::string title = std::string(isNew ? "new " : "") + secret.title;
-    source.Read({title, Range(limits), isNew}, value);
+    source.Read({title, LengthText(limits), isNew}, value);
     const auto length = static_cast<int>(value.size());
     if (length < limits.min || length > limits.max)
         throw CFailure(ExitStatus::Refused, "A " + std::string(secret.title) + " has " +
-                                                Range(limits) + ". Nothing was sent to the card.");
+                                                LengthText(limits) +
+                                                ". Nothing was sent to the card.");
 }
 
 void CheckSources(const Options& options, const Secret& presented)
@@ -62,6 +57,12 @@ std::array<Limits, SECRET_COUNT> ReportedLimits(long slot, char* serial)
     if (code != result::OK)
         throw CFailure(ExplainedOutcome(code));
     return limits;
+}
+
+std::string LengthText(const Limits& limits)
+{
+    const std::string max = std::to_string(limits.max) + " characters";
+    return limits.min == limits.max ? max : std::to_string(limits.min) + " to " + max;
 }
 
 CChosenCard::CChosenCard(const Options& options)

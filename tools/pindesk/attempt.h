@@ -66,6 +66,9 @@ struct Limits {
     int min = 0, max = 0;
 };
 
+/// "6 to 8 characters", "8 characters".
+std::string LengthText(const Limits& limits);
+
 /// The lengths that the library reports, in the order of the secrets.
 /// \param serial  16 characters, or null to ask no card.
 std::array<Limits, SECRET_COUNT> ReportedLimits(long slot, char* serial);

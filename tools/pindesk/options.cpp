@@ -93,6 +93,14 @@ void AddVerb(CLI::App& app, const Verb& verb, Options& options)
             ->option_text("FAMILY");
 }
 
+std::string Verbs()
+{
+    std::string names;
+    for (const Verb& verb : kVerbs)
+        names += std::string(names.empty() ? "" : ", ") + verb.name;
+    return names;
+}
+
 std::string Examples()
 {
     std::string text = "Examples:\n";
@@ -129,8 +137,6 @@ void RefuseExtras(const std::vector<std::string>& extras)
 
 void CheckVerb(const Options& options)
 {
-    if (options.verb == nullptr)
-        RefuseUsage("The first word must be a verb.");
     const std::string targets = options.verb->targets == nullptr ? "" : options.verb->targets;
     const bool isFree = targets.empty() || targets == "CODE";
     if (isFree || (options.target.empty() && !options.family.empty()))
@@ -183,6 +189,8 @@ bool ParseCommandLine(int argc, char** argv, Options& options)
     } catch (const CLI::ParseError& error) {
         RefuseUsage(error.what());
     }
+    if (options.verb == nullptr)
+        RefuseUsage("A verb is missing. The verbs are: " + Verbs() + ".");
     RefuseExtras(app.remaining(true));
     CheckVerb(options);
     CheckValues(options);

@@ -24,7 +24,7 @@ void PrintJson(const Options& options, const Outcome& outcome)
 {
     nlohmann::ordered_json object = {
         {"schema", SCHEMA},
-        {"command", options.verb == nullptr ? "" : options.verb->name},
+        {"command", options.verb == nullptr ? nlohmann::ordered_json() : options.verb->name},
         {"result", ResultName(outcome.status)},
         {"exit_status", static_cast<int>(outcome.status)},
         {"code", OrNull(outcome.code)},

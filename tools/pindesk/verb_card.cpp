@@ -4,6 +4,7 @@
 
 #include "attempt.h"
 #include "explain.h"
+#include "known_atrs.h"
 #include "pindesk/PCSC_Misc.h"
 #include "verbs.h"
 
@@ -104,7 +105,8 @@ Outcome ShowSerial(const Options& options)
     if (code == result::OK) {
         Outcome outcome;
         outcome.output = std::string(serial.data()) + "\n";
-        outcome.fields["serial"] = serial.data();
+        outcome.fields = {
+            {"slot", reader.slot}, {"reader", reader.name}, {"serial", serial.data()}};
         return outcome;
     }
     const Contact contact = ContactWith(reader.name);
@@ -151,8 +153,7 @@ Outcome ShowLimits(const Options& options)
     outcome.fields["limits"] = Json::array();
     for (const Secret& secret : kSecrets) {
         const auto [min, max] = limits[secret.position];
-        outcome.output += Padded(secret.title, 9) + std::to_string(min) + " to " +
-                          std::to_string(max) + " characters\n";
+        outcome.output += Padded(secret.title, 9) + LengthText({min, max}) + "\n";
         outcome.fields["limits"].push_back({{"name", secret.word}, {"min", min}, {"max", max}});
     }
     return outcome;

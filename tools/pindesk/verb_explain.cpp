@@ -118,7 +118,7 @@ Outcome ExplainCode(const Options& options)
     }
     throw CFailure(ExitStatus::Usage,
                    "explain takes a result code (-22 or 22) or a status word (63C2 or 0x63C2).",
-                   "docs: man pindesk lists them.");
+                   "The manual lists the result codes: man pindesk");
 }
 
 } // namespace tool
