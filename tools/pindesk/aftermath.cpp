@@ -140,15 +140,19 @@ Outcome JudgeAtNewValue(const Deed& deed, const Tries& after, long code)
     return outcome;
 }
 
+bool IsBlockedNow(const Deed& deed, const Tries& after, long code)
+{
+    return deed.presented != nullptr && code == deed.presented->blockedCode && after.IsBlocked();
+}
+
 Outcome JudgeStage(const Deed& deed, const Tries& after, long code)
 {
     switch (MeaningOf(code).stage) {
     case Stage::AtSecret:
         return With(after, JudgeAtSecret(deed, after, code));
     case Stage::AtBlocked:
-        return after.IsBlocked() && code == deed.presented->blockedCode
-                   ? With(after, ExplainedOutcome(code))
-                   : Lost(deed, Contact::Answers, code);
+        return IsBlockedNow(deed, after, code) ? With(after, ExplainedOutcome(code))
+                                               : Lost(deed, Contact::Answers, code);
     case Stage::AtNewValue:
         return JudgeAtNewValue(deed, after, code);
     case Stage::NothingSent:
@@ -171,7 +175,7 @@ Outcome Judge(const Deed& deed, long code)
     const Secret& asked = deed.presented != nullptr ? *deed.presented : DsPin();
     const Tries after = card.Ask(asked);
     if (after.state == Tries::State::Lost)
-        return Lost(deed, Contact::Mute, code);
+        return Lost(deed, SilentContact(deed.reader), code);
     return JudgeStage(deed, after, code);
 }
 

@@ -92,7 +92,8 @@ void CAttempt::Guard(const Tries& tries) const
     refusal.statusWord = tries.statusWord;
     const std::string title = std::string("The ") + m_presented.title;
     if (tries.state == State::Lost)
-        throw CFailure(ContactOutcome(Contact::Mute, m_card.InReader().name, std::nullopt));
+        throw CFailure(ContactOutcome(SilentContact(m_card.InReader().name), m_card.InReader().name,
+                                      std::nullopt));
     if (tries.state == State::Blocked) {
         refusal.status = ExitStatus::Blocked;
         refusal.message = title + " is blocked. Nothing was sent to the card.";

@@ -134,6 +134,12 @@ Contact ContactWith(const std::string& reader)
     return CCardQuery(reader).State();
 }
 
+Contact SilentContact(const std::string& reader)
+{
+    const Contact contact = ContactWith(reader);
+    return contact == Contact::Answers ? Contact::Mute : contact;
+}
+
 Outcome ContactOutcome(Contact contact, const std::string& reader, std::optional<long> code)
 {
     Outcome outcome;

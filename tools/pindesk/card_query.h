@@ -65,6 +65,9 @@ private:
 
 Contact ContactWith(const std::string& reader);
 
+/// Why a card in a reader fell silent: Mute when it can be connected all the same.
+Contact SilentContact(const std::string& reader);
+
 /// What to tell when a card cannot be reached; nothing was sent to it.
 Outcome ContactOutcome(Contact contact, const std::string& reader, std::optional<long> code);
 

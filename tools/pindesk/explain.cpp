@@ -102,6 +102,11 @@ constexpr CodeMeaning kCodes[] = {
      "An error of that program, not of the card."},
 };
 
+// A positive result is the status word that the last place of a serial number answered.
+constexpr CodeMeaning NO_SERIAL = {0x6A82, CardRefused, Stage::NothingSent,
+                                   "This card has no serial number where the library looks for it.",
+                                   "Another kind of card? See: pindesk identify"};
+
 constexpr CodeMeaning UNKNOWN_CODE = {
     1, InternalError, Stage::AfterSecret,
     "The library answered with a code that this program does not know.",
@@ -119,6 +124,8 @@ const CodeMeaning* FindCode(long code)
 
 const CodeMeaning& MeaningOf(long code)
 {
+    if (code > 0)
+        return NO_SERIAL;
     const CodeMeaning* const found = FindCode(code);
     return found == nullptr ? UNKNOWN_CODE : *found;
 }
@@ -131,6 +138,8 @@ Outcome ExplainedOutcome(long code)
     outcome.message = meaning.meaning;
     outcome.advice = meaning.advice;
     outcome.code = code;
+    if (code > 0)
+        outcome.statusWord = static_cast<std::uint16_t>(code);
     return outcome;
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <fcntl.h>
@@ -76,7 +77,8 @@ int main(int argc, char** argv)
         tool::FillStandardDescriptors();
         tool::ForbidCoreDumps();
         return tool::Run(argc, argv);
-    } catch (...) { // a report that cannot be made
+    } catch (...) {
+        std::fputs("pindesk: the result cannot be reported.\n", stderr);
         return static_cast<int>(tool::ExitStatus::InternalError);
     }
 }

@@ -43,7 +43,8 @@ struct Outcome {
     std::optional<std::uint16_t> statusWord; ///< as the card gave it
     std::optional<int> triesLeft;            ///< of the secret in question
     std::string output;                      ///< lines asked for, printed also with --quiet
-    nlohmann::ordered_json fields;           ///< members that the verb adds to the JSON object
+    nlohmann::ordered_json fields =
+        nlohmann::ordered_json::object(); ///< members that the verb adds to the JSON object
 };
 
 /// Ends a verb early.

@@ -112,14 +112,7 @@ Outcome ShowSerial(const Options& options)
     const Contact contact = ContactWith(reader.name);
     if (contact != Contact::Answers)
         return ContactOutcome(contact, reader.name, code);
-    if (code < 0)
-        return ExplainedOutcome(code);
-    Outcome outcome; // the status word of the last file that could have held the number
-    outcome.status = ExitStatus::CardRefused;
-    outcome.message = "This card has no serial number where the library looks for it.";
-    outcome.advice = "Another kind of card? See: pindesk identify";
-    outcome.statusWord = static_cast<std::uint16_t>(code);
-    return outcome;
+    return ExplainedOutcome(code);
 }
 
 Outcome ShowStatus(const Options& options)
@@ -133,7 +126,7 @@ Outcome ShowStatus(const Options& options)
     for (const Secret& secret : kSecrets) {
         const Tries tries = card.Ask(secret);
         if (tries.state == Tries::State::Lost)
-            return ContactOutcome(Contact::Mute, reader.name, std::nullopt);
+            return ContactOutcome(SilentContact(reader.name), reader.name, std::nullopt);
         outcome.output += Padded(secret.title, 9) + StateText(secret, tries) + "\n";
         outcome.fields["secrets"].push_back(
             {{"name", secret.word},
@@ -164,11 +157,8 @@ Outcome IdentifyCard(const Options& options)
     const Reader reader = LocateCard(options);
     long type = layout::UNKNOWN;
     const long code = PCSC_GetFSType(reader.slot, &type);
-    if (code < 0) {
-        const Contact contact = ContactWith(reader.name);
-        return contact == Contact::Answers ? ContactOutcome(Contact::Mute, reader.name, code)
-                                           : ContactOutcome(contact, reader.name, code);
-    }
+    if (code < 0)
+        return ContactOutcome(SilentContact(reader.name), reader.name, code);
     const char* const match = KnownAtr(reader.atr);
     Outcome outcome;
     outcome.output = "layout     " + std::to_string(type) + ": " + LayoutText(type) +

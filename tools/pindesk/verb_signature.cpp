@@ -4,6 +4,7 @@
 
 #include "attempt.h"
 #include "pindesk/PinDesk.h"
+#include "report.h"
 #include "terminal.h"
 #include "verbs.h"
 
@@ -47,7 +48,7 @@ Tries AskDsPin(const Reader& reader)
         throw CFailure(ContactOutcome(card.State(), reader.name, std::nullopt));
     const Tries tries = card.Ask(DsPin());
     if (tries.state == Tries::State::Lost)
-        throw CFailure(ContactOutcome(Contact::Mute, reader.name, std::nullopt));
+        throw CFailure(ContactOutcome(SilentContact(reader.name), reader.name, std::nullopt));
     return tries;
 }
 
@@ -57,11 +58,8 @@ Outcome LockSignature(const Options& options)
 {
     CTdesKey adminKey(options.adminKeyFile);
     CChosenCard card(options);
-    Outcome outcome;
-    if (AskDsPin(card.InReader()).state == Tries::State::Deactivated) {
-        outcome.message = "The signature PIN is deactivated already. Nothing was sent to the card.";
-        return outcome;
-    }
+    if (AskDsPin(card.InReader()).state == Tries::State::Deactivated)
+        Note(options, "The signature PIN is deactivated already.");
     Confirm(options);
     const BOOL useAdminKey = adminKey.data() != nullptr ? 1 : 0;
     const long code = DS_LockPin(card.Slot(), card.Serial(), adminKey.data(), useAdminKey);
@@ -73,8 +71,9 @@ Outcome LockSignature(const Options& options)
                       false,
                       "Whether the signature PIN is deactivated is not known."},
                      code);
-    outcome.message = "The signature PIN is deactivated.";
-    outcome.advice = "Bring it back with the DS PUK: pindesk reactivate";
+    Outcome outcome;
+    outcome.message = "The signature PIN is deactivated. The DS PUK brings it back: pindesk "
+                      "reactivate";
     outcome.code = code;
     return outcome;
 }
