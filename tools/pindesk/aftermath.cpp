@@ -37,11 +37,12 @@ Outcome Lost(const Deed& deed, Contact contact, long code)
     outcome.status = ExitStatus::OutcomeUnknown;
     outcome.code = code;
     outcome.message = std::string("The answer was lost: ") + WhyNoAnswer(contact) + ".";
-    const Stage stage = MeaningOf(code).stage;
-    if (stage == Stage::AtSecret && deed.isChange)
-        outcome.message += " Nothing was changed.";
+    if (MeaningOf(code).stage != Stage::AtSecret)
+        outcome.message += " " + deed.doubt;
     else
-        outcome.message += std::string(" ") + deed.doubt;
+        outcome.message += std::string(" Whether the ") + deed.presented->title +
+                           " was right is not known; it may have cost a try." +
+                           (deed.doubt.empty() ? "" : " Nothing was changed.");
     outcome.advice = "When the card is back, see: pindesk status";
     return outcome;
 }
@@ -114,8 +115,10 @@ Outcome JudgeAtSecret(const Deed& deed, const Tries& after, long code)
     const bool wasTold = deed.before.IsTold();
     const bool hasLostATry = after.IsTold() && (!wasTold || after.left < deed.before.left);
     const bool neverTells = !wasTold && after.state == State::Untold;
-    return hasLostATry || neverTells ? Wrong(*deed.presented, after, code)
-                                     : Unjudged(deed, after, code);
+    if (hasLostATry || neverTells)
+        return Wrong(*deed.presented, after, code);
+    return after.state == State::Untold ? Lost(deed, Contact::Answers, code)
+                                        : Unjudged(deed, after, code);
 }
 
 Outcome JudgeUnsent(const Deed& deed, long code)
@@ -175,7 +178,7 @@ Outcome Judge(const Deed& deed, long code)
     const Secret& asked = deed.presented != nullptr ? *deed.presented : DsPin();
     const Tries after = card.Ask(asked);
     if (after.state == Tries::State::Lost)
-        return Lost(deed, SilentContact(deed.reader), code);
+        return Lost(deed, card.WhySilent(), code);
     return JudgeStage(deed, after, code);
 }
 

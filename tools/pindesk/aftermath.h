@@ -17,7 +17,7 @@ struct Deed {
     Tries before;            ///< of the secret presented
     bool isProtected;        ///< under secure messaging
     bool isChange;           ///< of a secret, by the secret itself
-    const char* doubt;       ///< what is not known when an answer is lost
+    std::string doubt;       ///< what is not known when the answer to a change is lost
 };
 
 /// \param code  other than 0.

@@ -71,16 +71,24 @@ CChosenCard::CChosenCard(const Options& options)
 {
 }
 
-CAttempt::CAttempt(const Options& options, const Secret& presented, const char* doubt)
-    : m_options(options), m_presented(Checked(options, presented)), m_doubt(doubt),
+Tries AskTries(const Reader& reader, const Secret& secret)
+{
+    CCardQuery card(reader.name);
+    if (card.State() != Contact::Answers)
+        throw CFailure(ContactOutcome(card.State(), reader.name, std::nullopt));
+    const Tries tries = card.Ask(secret);
+    if (tries.state == Tries::State::Lost)
+        throw CFailure(ContactOutcome(card.WhySilent(), reader.name, std::nullopt));
+    return tries;
+}
+
+CAttempt::CAttempt(const Options& options, const Secret& presented, std::string doubt)
+    : m_options(options), m_presented(Checked(options, presented)), m_doubt(std::move(doubt)),
       m_source(presented.isPuk ? "--puk-from" : "--pin-from", SourceOf(options, presented)),
       m_newSource("--new-from", options.newFrom), m_smKey(options.smKeyFile),
       m_isProtected(presented.isSignature && !options.isPlain), m_card(options)
 {
-    CCardQuery card(m_card.InReader().name);
-    if (card.State() != Contact::Answers)
-        throw CFailure(ContactOutcome(card.State(), m_card.InReader().name, std::nullopt));
-    m_before = card.Ask(presented);
+    m_before = AskTries(m_card.InReader(), presented);
     Guard(m_before);
 }
 
@@ -91,9 +99,6 @@ void CAttempt::Guard(const Tries& tries) const
     refusal.triesLeft = tries.Number();
     refusal.statusWord = tries.statusWord;
     const std::string title = std::string("The ") + m_presented.title;
-    if (tries.state == State::Lost)
-        throw CFailure(ContactOutcome(SilentContact(m_card.InReader().name), m_card.InReader().name,
-                                      std::nullopt));
     if (tries.state == State::Blocked) {
         refusal.status = ExitStatus::Blocked;
         refusal.message = title + " is blocked. Nothing was sent to the card.";

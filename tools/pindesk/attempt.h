@@ -30,13 +30,18 @@ private:
     std::string m_serial;
 };
 
+/// The tries of one secret, asked now.
+/// \throws CFailure when the card cannot be reached.
+Tries AskTries(const Reader& reader, const Secret& secret);
+
 class CAttempt {
 public:
     /// \param presented  the secret whose tries are at stake.
-    /// \param doubt      what is not known when an answer is lost.
+    /// \param doubt      what is not known when the answer to a change is lost; empty when nothing
+    ///                   is to be changed.
     /// \throws CFailure when the card cannot be reached, or the secret is blocked, deactivated or
     ///         at its last try.
-    CAttempt(const Options& options, const Secret& presented, const char* doubt);
+    CAttempt(const Options& options, const Secret& presented, std::string doubt);
 
     /// Reads a value and checks its length against the reported limits.
     void Read(const Secret& secret, CSecretInput& value) const;
@@ -54,7 +59,7 @@ private:
 
     const Options& m_options;
     const Secret& m_presented;
-    const char* m_doubt;
+    std::string m_doubt;
     CSource m_source, m_newSource;
     CTdesKey m_smKey;
     bool m_isProtected;

@@ -72,24 +72,24 @@ Tries Understand(long lResult)
 
 } // namespace
 
-CCardQuery::CCardQuery(const std::string& reader)
+CCardQuery::CCardQuery(const std::string& reader) : m_reader(reader)
 {
     const LONG established = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &m_hContext);
     if (established == SCARD_S_SUCCESS)
-        m_contact = ContactFor(Connect(reader));
+        m_contact = ContactFor(Connect());
     else
         m_hContext = 0;
 }
 
-LONG CCardQuery::Connect(std::string reader)
+LONG CCardQuery::Connect()
 {
     SCARDHANDLE hCard = 0;
     DWORD dwProtocol = 0;
-    const LONG connected = SCardConnect(m_hContext, reader.c_str(), SCARD_SHARE_SHARED,
+    const LONG connected = SCardConnect(m_hContext, m_reader.c_str(), SCARD_SHARE_SHARED,
                                         SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1, &hCard, &dwProtocol);
     if (connected != SCARD_S_SUCCESS)
         return connected;
-    m_card.reset(new CSCardZentaris34(m_hContext, reader.data()));
+    m_card.reset(new CSCardZentaris34(m_hContext, m_reader.data()));
     m_card->Attach(hCard);
     const LONG begun = SCardBeginTransaction(hCard);
     if (begun != SCARD_S_SUCCESS)
@@ -101,10 +101,23 @@ LONG CCardQuery::Connect(std::string reader)
 
 CCardQuery::~CCardQuery()
 {
+    Close();
+}
+
+void CCardQuery::Close()
+{
     m_transaction.reset();
     m_card.reset();
     if (m_hContext != 0)
         SCardReleaseContext(m_hContext);
+    m_hContext = 0;
+}
+
+Contact CCardQuery::WhySilent()
+{
+    Close();
+    const Contact contact = ContactWith(m_reader);
+    return contact == Contact::Answers ? Contact::Mute : contact;
 }
 
 long CCardQuery::SelectHome(const Secret& secret)
@@ -132,12 +145,6 @@ Tries CCardQuery::Ask(const Secret& secret)
 Contact ContactWith(const std::string& reader)
 {
     return CCardQuery(reader).State();
-}
-
-Contact SilentContact(const std::string& reader)
-{
-    const Contact contact = ContactWith(reader);
-    return contact == Contact::Answers ? Contact::Mute : contact;
 }
 
 Outcome ContactOutcome(Contact contact, const std::string& reader, std::optional<long> code)

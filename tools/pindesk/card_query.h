@@ -49,14 +49,20 @@ public:
     Contact State() const { return m_contact; }
     Tries Ask(const Secret& secret);
 
+    /// Why the card fell silent: Mute when it can be connected all the same. Closes this
+    /// connection, whose transaction would keep out the one that finds out.
+    Contact WhySilent();
+
 private:
     struct Releaser {
         void operator()(CSCardZentaris34* card) const { card->Release(); }
     };
 
-    LONG Connect(std::string reader);
+    LONG Connect();
+    void Close();
     long SelectHome(const Secret& secret);
 
+    std::string m_reader;
     Contact m_contact = Contact::NoService;
     SCARDCONTEXT m_hContext = 0;
     std::unique_ptr<CSCardZentaris34, Releaser> m_card;
@@ -64,9 +70,6 @@ private:
 };
 
 Contact ContactWith(const std::string& reader);
-
-/// Why a card in a reader fell silent: Mute when it can be connected all the same.
-Contact SilentContact(const std::string& reader);
 
 /// What to tell when a card cannot be reached; nothing was sent to it.
 Outcome ContactOutcome(Contact contact, const std::string& reader, std::optional<long> code);

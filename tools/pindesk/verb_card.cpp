@@ -126,7 +126,7 @@ Outcome ShowStatus(const Options& options)
     for (const Secret& secret : kSecrets) {
         const Tries tries = card.Ask(secret);
         if (tries.state == Tries::State::Lost)
-            return ContactOutcome(SilentContact(reader.name), reader.name, std::nullopt);
+            return ContactOutcome(card.WhySilent(), reader.name, std::nullopt);
         outcome.output += Padded(secret.title, 9) + StateText(secret, tries) + "\n";
         outcome.fields["secrets"].push_back(
             {{"name", secret.word},
@@ -158,7 +158,7 @@ Outcome IdentifyCard(const Options& options)
     long type = layout::UNKNOWN;
     const long code = PCSC_GetFSType(reader.slot, &type);
     if (code < 0)
-        return ContactOutcome(SilentContact(reader.name), reader.name, code);
+        return ContactOutcome(CCardQuery(reader.name).WhySilent(), reader.name, code);
     const char* const match = KnownAtr(reader.atr);
     Outcome outcome;
     outcome.output = "layout     " + std::to_string(type) + ": " + LayoutText(type) +

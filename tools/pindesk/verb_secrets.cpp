@@ -62,7 +62,7 @@ Outcome VerifySecret(const Options& options)
 Outcome ChangeSecret(const Options& options)
 {
     const Secret& secret = SecretNamed(options.target);
-    CAttempt attempt(options, secret, "It has either its old or its new value.");
+    CAttempt attempt(options, secret, Sentence(secret, "has either its old or its new value."));
     CSecretInput oldValue;
     CSecretInput newValue;
     attempt.Read(secret, oldValue);
@@ -74,7 +74,7 @@ Outcome ChangeSecret(const Options& options)
         newCnsPin.cb, cnsPuk.pb, cnsPuk.cb, newCnsPuk.pb, newCnsPuk.cb, dsPin.pb, dsPin.cb,
         newDsPin.pb, newDsPin.cb, dsPuk.pb, dsPuk.cb, newDsPuk.pb, newDsPuk.cb, attempt.SmKey(),
         attempt.UseSecureMessaging());
-    return attempt.Conclude(code, Sentence(secret, "has its new value."));
+    return attempt.Conclude(code, Sentence(secret, "has its new value."), true);
 }
 
 Outcome UnblockPin(const Options& options)
@@ -84,7 +84,8 @@ Outcome UnblockPin(const Options& options)
     const bool isCns = options.target == "cns";
     const Secret& puk = isCns ? CnsPuk() : DsPuk();
     const Secret& pin = isCns ? CnsPin() : DsPin();
-    CAttempt attempt(options, puk, "Whether the PIN has its new value is not known.");
+    CAttempt attempt(options, puk,
+                     Sentence(pin, "may be unblocked and have its new value, or not."));
     CSecretInput pukValue;
     CSecretInput pinValue;
     attempt.Read(puk, pukValue);

@@ -41,24 +41,13 @@ void Confirm(const Options& options)
                        "In scripts: --yes.");
 }
 
-Tries AskDsPin(const Reader& reader)
-{
-    CCardQuery card(reader.name);
-    if (card.State() != Contact::Answers)
-        throw CFailure(ContactOutcome(card.State(), reader.name, std::nullopt));
-    const Tries tries = card.Ask(DsPin());
-    if (tries.state == Tries::State::Lost)
-        throw CFailure(ContactOutcome(SilentContact(reader.name), reader.name, std::nullopt));
-    return tries;
-}
-
 } // namespace
 
 Outcome LockSignature(const Options& options)
 {
     CTdesKey adminKey(options.adminKeyFile);
     CChosenCard card(options);
-    if (AskDsPin(card.InReader()).state == Tries::State::Deactivated)
+    if (AskTries(card.InReader(), DsPin()).state == Tries::State::Deactivated)
         Note(options, "The signature PIN is deactivated already.");
     Confirm(options);
     const BOOL useAdminKey = adminKey.data() != nullptr ? 1 : 0;
