@@ -37,7 +37,7 @@ Outcome Lost(const Deed& deed, Contact contact, long code)
     outcome.status = ExitStatus::OutcomeUnknown;
     outcome.code = code;
     outcome.message = std::string("The answer was lost: ") + WhyNoAnswer(contact) + ".";
-    if (MeaningOf(code).stage != Stage::AtSecret)
+    if (MeaningOf(code).stage != Stage::AtSecret && !deed.doubt.empty())
         outcome.message += " " + deed.doubt;
     else
         outcome.message += std::string(" Whether the ") + deed.presented->title +

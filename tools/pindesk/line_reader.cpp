@@ -11,16 +11,18 @@ namespace tool {
 
 namespace {
 
-LineEnd ReadRaw(int fd, CSecretInput& line, const volatile std::sig_atomic_t& stop)
+LineEnd ReadRaw(int fd, CSecretInput& line, const std::function<bool()>& awaitInput)
 {
     bool hasInput = false;
     for (;;) {
+        if (awaitInput && !awaitInput())
+            return LineEnd::Interrupted;
         unsigned char b = 0;
         const ssize_t got = read(fd, &b, 1);
-        if (got < 0 && errno == EINTR && stop == 0)
+        if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            return stop != 0 ? LineEnd::Interrupted : LineEnd::Failed;
+            return LineEnd::Failed;
         if (got == 0)
             return hasInput ? LineEnd::Complete : LineEnd::NoInput;
         if (b == '\n')
@@ -35,21 +37,15 @@ LineEnd ReadRaw(int fd, CSecretInput& line, const volatile std::sig_atomic_t& st
 
 } // namespace
 
-LineEnd ReadLine(int fd, CSecretInput& line, const volatile std::sig_atomic_t& stop)
+LineEnd ReadLine(int fd, CSecretInput& line, const std::function<bool()>& awaitInput)
 {
     line.Wipe();
-    const LineEnd end = ReadRaw(fd, line, stop);
+    const LineEnd end = ReadRaw(fd, line, awaitInput);
     if (end != LineEnd::Complete)
         line.Wipe();
     else if (!line.empty() && line.back() == '\r')
         line.DropLast();
     return end;
-}
-
-LineEnd ReadLine(int fd, CSecretInput& line)
-{
-    static const volatile std::sig_atomic_t kNever = 0;
-    return ReadLine(fd, line, kNever);
 }
 
 const char* Describe(LineEnd end)

@@ -8,17 +8,16 @@
 
 #include "secret_input.h"
 
-#include <csignal>
+#include <functional>
 
 namespace tool {
 
 enum class LineEnd { Complete, NoInput, TooLong, Nul, Failed, Interrupted };
 
 /// Reads up to a line feed, which (with a carriage return before it) is dropped, or to the end.
-/// \param stop  set by a signal handler: reading then ends with Interrupted.
+/// \param awaitInput  called before each byte; when it returns false, reading ends with Interrupted.
 /// \return Complete also for an empty line; on every other result the line is wiped.
-LineEnd ReadLine(int fd, CSecretInput& line, const volatile std::sig_atomic_t& stop);
-LineEnd ReadLine(int fd, CSecretInput& line);
+LineEnd ReadLine(int fd, CSecretInput& line, const std::function<bool()>& awaitInput = {});
 
 /// Why a line is no use, as the end of a sentence that begins with what was asked for.
 const char* Describe(LineEnd end);

@@ -125,8 +125,9 @@ std::string UnknownOption(const std::vector<std::string>& extras)
     return {};
 }
 
-void RefuseExtras(const std::vector<std::string>& extras)
+void RefuseExtras(std::vector<std::string> extras)
 {
+    std::erase(extras, "--"); // the end of the options is no argument
     if (extras.empty())
         return;
     const std::string option = UnknownOption(extras);

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The signals are only remembered while the echo is off, and raised again once it is back.
+// The signals are only remembered while the echo is off, and raised again once it is back. They get
+// through only while input is waited for, so that none arrives unseen just before that.
 
 #include "terminal.h"
 
 #include <array>
+#include <cerrno>
+#include <csignal>
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -47,8 +51,13 @@ public:
     CSignalScope()
     {
         g_signal = 0;
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        for (const int signal : kSignals)
+            sigaddset(&blocked, signal);
+        sigprocmask(SIG_BLOCK, &blocked, &m_maskBefore);
         struct sigaction remember = {};
-        remember.sa_handler = Remember; // without SA_RESTART: the read must end
+        remember.sa_handler = Remember;
         for (std::size_t i = 0; i < kSignals.size(); ++i) {
             sigaction(kSignals[i], nullptr, &m_before[i]);
             if (m_before[i].sa_handler != SIG_IGN)
@@ -59,14 +68,28 @@ public:
     {
         for (std::size_t i = 0; i < kSignals.size(); ++i)
             sigaction(kSignals[i], &m_before[i], nullptr);
+        sigprocmask(SIG_SETMASK, &m_maskBefore, nullptr);
     }
+
+    /// Waits for input. False when a signal came instead.
+    bool AwaitInput(int fd) const
+    {
+        pollfd source = {fd, POLLIN, 0};
+        while (g_signal == 0) {
+            if (ppoll(&source, 1, nullptr, &m_maskBefore) >= 0 || errno != EINTR)
+                return true;
+        }
+        return false;
+    }
+
     CSignalScope(const CSignalScope&) = delete;
     CSignalScope& operator=(const CSignalScope&) = delete;
 
 private:
-    static constexpr std::array kSignals = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM,
-                                            SIGTSTP, SIGTTIN, SIGTTOU};
+    // Not SIGTTIN and SIGTTOU: a job in the background has to stop before it touches the terminal.
+    static constexpr std::array kSignals = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
     std::array<struct sigaction, kSignals.size()> m_before{};
+    sigset_t m_maskBefore{};
 };
 
 class CEchoScope {
@@ -100,7 +123,8 @@ LineEnd AskOnce(const CTerminal& terminal, const std::string& question, Echo ech
     const CSignalScope signals;
     const CEchoScope scope(terminal.Fd(), echo);
     terminal.Say(question);
-    const LineEnd end = ReadLine(terminal.Fd(), answer, g_signal);
+    const LineEnd end =
+        ReadLine(terminal.Fd(), answer, [&] { return signals.AwaitInput(terminal.Fd()); });
     if (echo == Echo::Off)
         terminal.Say("\n");
     return end;

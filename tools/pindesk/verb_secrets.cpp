@@ -47,9 +47,7 @@ long Unblock(bool isCns, CAttempt& attempt, CSecretInput& puk, CSecretInput& pin
 Outcome VerifySecret(const Options& options)
 {
     const Secret& secret = SecretNamed(options.target);
-    CAttempt attempt(options, secret,
-                     "Whether the value was right is not known; it may have cost "
-                     "a try.");
+    CAttempt attempt(options, secret, {});
     CSecretInput value;
     attempt.Read(secret, value);
     const auto [cnsPin, cnsPuk, dsPin, dsPuk] = Only(secret, value);
