@@ -23,6 +23,11 @@ struct SOperation {
     long (*run)();
 };
 
+void PrintTo(const SOperation& operation, std::ostream* out) // by googletest
+{
+    *out << operation.szName;
+}
+
 const SOperation OPERATIONS[] = {
     {"ReadSerial", [] { return CNS_GetSerial(1, std::array<char, 17>().data()); }},
     {"VerifyCnsPin", [] { return Verify(CNS_PIN, CNS_PIN.szValue); }},
