@@ -6,6 +6,7 @@
 
 #include "inprocess/service.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -57,14 +58,14 @@ LONG HandOver(const void* data, std::size_t cb, void* buffer, LPDWORD pcb)
         if (allocated == nullptr) {
             return SCARD_E_NO_MEMORY;
         }
-        std::memcpy(allocated, data, cb);
+        std::copy_n(static_cast<const char*>(data), cb, static_cast<char*>(allocated));
         std::memcpy(buffer, &allocated, sizeof allocated);
         return SCARD_S_SUCCESS;
     }
     if (cbCapacity < cb) {
         return SCARD_E_INSUFFICIENT_BUFFER;
     }
-    std::memcpy(buffer, data, cb);
+    std::copy_n(static_cast<const char*>(data), cb, static_cast<char*>(buffer));
     return SCARD_S_SUCCESS;
 }
 

@@ -17,47 +17,47 @@ constexpr std::size_t HEADER_AND_LC = 5;
 constexpr std::size_t STATUS_WORD = 2;
 
 struct SCommandRow {
+    std::string_view name;
     std::uint8_t bClass; // without the bits of secure messaging
     std::uint8_t bIns;
-    std::string_view name;
     bool bSecret; // the data may hold a PIN, a PUK, a key or what authenticates with one
 };
 
 constexpr SCommandRow COMMANDS[] = {
     // the first match counts
-    {0x80, 0x10, "PHASE CONTROL", false},
-    {0x80, 0x16, "LIST FILES", false},
-    {0x80, 0x24, "CHANGE KEY DATA", true},
-    {0x90, 0x24, "CHANGE KEY DATA", true},
-    {0x80, 0x40, "FORMAT", true},
-    {0x80, 0x86, "GIVE RANDOM", false},
-    {0x80, 0xEA, "RESET SECURITY STATUS", false},
-    {ANY_CLASS, 0x04, "DEACTIVATE FILE", false},
-    {ANY_CLASS, 0x20, "VERIFY", true},
-    {ANY_CLASS, 0x22, "MANAGE SECURITY ENVIRONMENT", false},
-    {ANY_CLASS, 0x24, "CHANGE REFERENCE DATA", true},
-    {ANY_CLASS, 0x2A, "PERFORM SECURITY OPERATION", false},
-    {ANY_CLASS, 0x2C, "RESET RETRY COUNTER", true},
-    {ANY_CLASS, 0x44, "ACTIVATE FILE", false},
-    {ANY_CLASS, 0x46, "GENERATE KEY PAIR", false},
-    {ANY_CLASS, 0x82, "EXTERNAL AUTHENTICATE", true},
-    {ANY_CLASS, 0x84, "GET CHALLENGE", false},
-    {ANY_CLASS, 0x88, "INTERNAL AUTHENTICATE", false},
-    {ANY_CLASS, 0xA4, "SELECT", false},
-    {ANY_CLASS, 0xB0, "READ BINARY", false},
-    {ANY_CLASS, 0xB2, "READ RECORD", false},
-    {ANY_CLASS, 0xCA, "GET DATA", false},
-    {ANY_CLASS, 0xD6, "UPDATE BINARY", false},
-    {ANY_CLASS, 0xDA, "PUT DATA", true},
-    {ANY_CLASS, 0xDC, "UPDATE RECORD", false},
-    {ANY_CLASS, 0xE0, "CREATE FILE", false},
-    {ANY_CLASS, 0xE2, "APPEND RECORD", false},
-    {ANY_CLASS, 0xE4, "DELETE FILE", false},
-    {ANY_CLASS, 0xF5, "ERASE FILES", false},
-    {ANY_CLASS, 0xFD, "GET CARD TRACEABILITY", false},
+    {"PHASE CONTROL", 0x80, 0x10, false},
+    {"LIST FILES", 0x80, 0x16, false},
+    {"CHANGE KEY DATA", 0x80, 0x24, true},
+    {"CHANGE KEY DATA", 0x90, 0x24, true},
+    {"FORMAT", 0x80, 0x40, true},
+    {"GIVE RANDOM", 0x80, 0x86, false},
+    {"RESET SECURITY STATUS", 0x80, 0xEA, false},
+    {"DEACTIVATE FILE", ANY_CLASS, 0x04, false},
+    {"VERIFY", ANY_CLASS, 0x20, true},
+    {"MANAGE SECURITY ENVIRONMENT", ANY_CLASS, 0x22, false},
+    {"CHANGE REFERENCE DATA", ANY_CLASS, 0x24, true},
+    {"PERFORM SECURITY OPERATION", ANY_CLASS, 0x2A, false},
+    {"RESET RETRY COUNTER", ANY_CLASS, 0x2C, true},
+    {"ACTIVATE FILE", ANY_CLASS, 0x44, false},
+    {"GENERATE KEY PAIR", ANY_CLASS, 0x46, false},
+    {"EXTERNAL AUTHENTICATE", ANY_CLASS, 0x82, true},
+    {"GET CHALLENGE", ANY_CLASS, 0x84, false},
+    {"INTERNAL AUTHENTICATE", ANY_CLASS, 0x88, false},
+    {"SELECT", ANY_CLASS, 0xA4, false},
+    {"READ BINARY", ANY_CLASS, 0xB0, false},
+    {"READ RECORD", ANY_CLASS, 0xB2, false},
+    {"GET DATA", ANY_CLASS, 0xCA, false},
+    {"UPDATE BINARY", ANY_CLASS, 0xD6, false},
+    {"PUT DATA", ANY_CLASS, 0xDA, true},
+    {"UPDATE RECORD", ANY_CLASS, 0xDC, false},
+    {"CREATE FILE", ANY_CLASS, 0xE0, false},
+    {"APPEND RECORD", ANY_CLASS, 0xE2, false},
+    {"DELETE FILE", ANY_CLASS, 0xE4, false},
+    {"ERASE FILES", ANY_CLASS, 0xF5, false},
+    {"GET CARD TRACEABILITY", ANY_CLASS, 0xFD, false},
 };
 // What is not known may hold anything, so it is masked.
-constexpr SCommandRow UNKNOWN = {ANY_CLASS, 0x00, "unknown command", true};
+constexpr SCommandRow UNKNOWN = {"unknown command", ANY_CLASS, 0x00, true};
 
 bool Protected(std::span<const std::uint8_t> command)
 {

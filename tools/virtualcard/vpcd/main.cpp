@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -107,9 +108,7 @@ int Run(SArguments& arguments)
     return EXIT_SUCCESS;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int ParseAndRun(int argc, char** argv)
 {
     CLI::App app(
         "A virtual card in the virtual reader that vpcd adds to pcscd. It stays there until "
@@ -119,11 +118,20 @@ int main(int argc, char** argv)
     Declare(app, arguments);
     try {
         app.parse(argc, argv);
-        return Run(arguments);
     } catch (const CLI::ParseError& error) {
         return app.exit(error);
+    }
+    return Run(arguments);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return ParseAndRun(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "pindesk-vcard: " << error.what() << '\n';
+        std::fprintf(stderr, "pindesk-vcard: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }
