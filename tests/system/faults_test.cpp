@@ -47,6 +47,7 @@ constexpr const char* FAULTS[] = {
     "removed-after",
     "sw=6F00",
     "sw-after=6F00",
+    "sw=0000",
     "sw=6100",
     "sw=6C00",
     "sw=6987",
