@@ -45,8 +45,9 @@ CKDictItem& CKDictItem::assign(const char* szVal)
 CKDictItem& CKDictItem::assign(const unsigned char* pbVal, unsigned long cbVal)
 {
     reset();
-    if (!pbVal || cbVal == 0)
+    if (!pbVal || cbVal == 0) {
         return *this;
+    }
     m_pbData = new unsigned char[cbVal + 1];
     m_cbData = cbVal;
     std::memcpy(m_pbData, pbVal, cbVal);
@@ -57,8 +58,9 @@ CKDictItem& CKDictItem::assign(const unsigned char* pbVal, unsigned long cbVal)
 CKDictItem::operator long() const
 {
     std::int32_t nValue = 0;
-    if (m_cbData >= sizeof nValue)
+    if (m_cbData >= sizeof nValue) {
         std::memcpy(&nValue, m_pbData, sizeof nValue);
+    }
     return nValue;
 }
 
@@ -70,8 +72,9 @@ CKDictItem::operator const char*() const
 CKDict::~CKDict()
 {
     for (auto& entry : *this) {
-        if (entry.second)
+        if (entry.second) {
             entry.second->Destroy();
+        }
         entry.second = nullptr;
     }
 }

@@ -83,8 +83,9 @@ long CSCardSetec43::ManageSecurityEnvironment(CK_BYTE kid, WORD mech, CK_BYTE Al
 
 long CSCardSetec43::PutHash(CK_BYTE_PTR pDataIn, CK_ULONG uDataInLen)
 {
-    if (!pDataIn || (uDataInLen != SHORT_HASH_LENGTH && uDataInLen != HASH_LENGTH))
+    if (!pDataIn || (uDataInLen != SHORT_HASH_LENGTH && uDataInLen != HASH_LENGTH)) {
         return MISSING;
+    }
     CCommandApdu command(cla::ISO, ins::PERFORM_SECURITY_OPERATION, P1_HASH, P2_HASH_VALUE);
     AppendPadded(command, pDataIn, uDataInLen, HASH_LENGTH);
     CResponseApdu response;
@@ -93,26 +94,30 @@ long CSCardSetec43::PutHash(CK_BYTE_PTR pDataIn, CK_ULONG uDataInLen)
 
 long CSCardSetec43::ComputeSignature(CK_BYTE_PTR pSignature, CK_ULONG_PTR puSignatureLen)
 {
-    if (!puSignatureLen)
+    if (!puSignatureLen) {
         return MISSING;
+    }
     if (!pSignature) {
         *puSignatureLen = MODULUS_LENGTH;
         return 0;
     }
-    if (*puSignatureLen < MODULUS_LENGTH)
+    if (*puSignatureLen < MODULUS_LENGTH) {
         return BUFFER_TOO_SMALL;
+    }
     CCommandApdu command(cla::ISO, ins::PERFORM_SECURITY_OPERATION, P1_SIGNATURE, P2_DATA);
     CResponseApdu response;
     const long lResult = Send(command.Le(0x00), response);
-    if (lResult == 0)
+    if (lResult == 0) {
         std::copy_n(response.data(), MODULUS_LENGTH, pSignature);
+    }
     return lResult;
 }
 
 long CSCardSetec43::Verify(CK_BYTE kid, const CK_BYTE* pPin, CK_BYTE pinLen)
 {
-    if (!Given(pPin, pinLen))
+    if (!Given(pPin, pinLen)) {
         return MISSING;
+    }
     CCommandApdu command(cla::ISO, ins::VERIFY, 0x00, kid);
     AppendPadded(command, pPin, pinLen, PIN_LENGTH);
     return SendPin(command);
@@ -121,8 +126,9 @@ long CSCardSetec43::Verify(CK_BYTE kid, const CK_BYTE* pPin, CK_BYTE pinLen)
 long CSCardSetec43::VerifyAndChange(CK_BYTE kid, const CK_BYTE* pOldPin, CK_BYTE oldPinLen,
                                     const CK_BYTE* pNewPin, CK_BYTE newPinLen)
 {
-    if (!Given(pOldPin, oldPinLen) || !Given(pNewPin, newPinLen))
+    if (!Given(pOldPin, oldPinLen) || !Given(pNewPin, newPinLen)) {
         return MISSING;
+    }
     CCommandApdu command(cla::PROPRIETARY, ins::CHANGE_REFERENCE_DATA, P1_OLD_PIN_FIRST, kid);
     AppendPadded(command, pOldPin, oldPinLen, PIN_LENGTH);
     AppendPadded(command, pNewPin, newPinLen, PIN_LENGTH);
@@ -132,39 +138,48 @@ long CSCardSetec43::VerifyAndChange(CK_BYTE kid, const CK_BYTE* pOldPin, CK_BYTE
 long CSCardSetec43::EncDec(WORD mode, CK_BYTE_PTR pData, CK_BYTE DataLen,
                            CK_BYTE_PTR pDecryptedData, CK_ULONG_PTR pDecryptedDataLen)
 {
-    if (!Given(pData, DataLen) || !pDecryptedDataLen)
+    if (!Given(pData, DataLen) || !pDecryptedDataLen) {
         return MISSING;
+    }
     CCommandApdu command(cla::ISO, ins::PERFORM_SECURITY_OPERATION, High(mode), Low(mode));
-    if (mode == DECIPHER)
+    if (mode == DECIPHER) {
         command.Data({PADDING_NOT_TOLD});
+    }
     CResponseApdu response;
-    if (const long lResult = Send(command.Data(pData, DataLen), response); lResult != 0)
+    if (const long lResult = Send(command.Data(pData, DataLen), response); lResult != 0) {
         return lResult;
+    }
 
     const CK_ULONG ulRoom = *pDecryptedDataLen;
     *pDecryptedDataLen = response.DataLength();
-    if (!pDecryptedData)
+    if (!pDecryptedData) {
         return 0;
-    if (ulRoom < response.DataLength())
+    }
+    if (ulRoom < response.DataLength()) {
         return BUFFER_TOO_SMALL;
+    }
     std::copy_n(response.data(), response.DataLength(), pDecryptedData);
     return 0;
 }
 
 long CSCardSetec43::ExportRSAPublicKey(CK_BYTE cha, CK_BYTE_PTR modulus)
 {
-    if (!modulus)
+    if (!modulus) {
         return MISSING;
+    }
     CCommandApdu command(cla::PROPRIETARY, INS_EXPORT_PUBLIC_KEY, P1_PLAIN_MODULUS, 0x00);
     CResponseApdu response;
-    if (const long lResult = Send(command.Data({cha}), response); lResult != 0)
+    if (const long lResult = Send(command.Data({cha}), response); lResult != 0) {
         return lResult;
+    }
     const std::size_t iModulus = AT_MODULUS + response[AT_SKIP];
-    if (iModulus + MODULUS_LENGTH > CResponseApdu::MAX)
+    if (iModulus + MODULUS_LENGTH > CResponseApdu::MAX) {
         return sw::NO_DIAGNOSIS;
+    }
     std::copy_n(response.data() + iModulus, MODULUS_LENGTH, modulus);
-    if ((response[AT_ORDER] & LEAST_SIGNIFICANT_FIRST) != 0)
+    if ((response[AT_ORDER] & LEAST_SIGNIFICANT_FIRST) != 0) {
         MemInvert(modulus, MODULUS_LENGTH);
+    }
     return 0;
 }
 

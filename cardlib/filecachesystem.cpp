@@ -16,8 +16,9 @@ constexpr WORD kMasterFile = 0x3F00;
 
 DFEF_Path KeyOf(DFEF_Path path)
 {
-    if (path.m_FidsInPath == 0 || path.m_pPath[0] != kMasterFile)
+    if (path.m_FidsInPath == 0 || path.m_pPath[0] != kMasterFile) {
         return path;
+    }
     --path.m_FidsInPath;
     std::copy_n(path.m_pPath + 1, path.m_FidsInPath, path.m_pPath);
     return path;
@@ -60,8 +61,9 @@ bool Refresh(_CachedChunk& chunk, const SRange& range)
 {
     const long first = std::max(range.start, StartOf(chunk));
     const long last = std::min(range.End(), EndOf(chunk));
-    if (first > last)
+    if (first > last) {
         return false;
+    }
     std::copy_n(range.pData + (first - range.start), last - first + 1,
                 chunk.pData + (first - StartOf(chunk)));
     chunk.cached_time = std::time(nullptr);
@@ -71,8 +73,9 @@ bool Refresh(_CachedChunk& chunk, const SRange& range)
 /// Brings one chunk up to date. \return whether it now holds the whole range.
 bool Store(_CachedChunk& chunk, const SRange& range, bool bIsLastChunk)
 {
-    if (!bIsLastChunk || !chunk.bIsLastChunk)
+    if (!bIsLastChunk || !chunk.bIsLastChunk) {
         return Refresh(chunk, range);
+    }
     Fill(chunk, range); // the file's end is kept once
     return true;
 }
@@ -82,22 +85,25 @@ bool Store(_CachedChunk& chunk, const SRange& range, bool bIsLastChunk)
 DFEF_Path::DFEF_Path(const CK_BYTE* path, CK_ULONG n, CK_BBOOL isDF)
     : m_FidsInPath(path ? std::min<CK_ULONG>(n, MAX_FIDS) : 0), m_isDF(isDF), m_bExists(1)
 {
-    for (CK_ULONG i = 0; i < m_FidsInPath; ++i)
+    for (CK_ULONG i = 0; i < m_FidsInPath; ++i) {
         m_pPath[i] = static_cast<WORD>(path[2 * i] << 8 | path[2 * i + 1]);
+    }
 }
 
 bool DFEF_Path::Append(WORD fid)
 {
-    if (m_FidsInPath >= MAX_FIDS)
+    if (m_FidsInPath >= MAX_FIDS) {
         return false;
+    }
     m_pPath[m_FidsInPath++] = fid;
     return true;
 }
 
 bool DFEF_Path::operator<(const DFEF_Path& other) const
 {
-    if (m_FidsInPath != other.m_FidsInPath)
+    if (m_FidsInPath != other.m_FidsInPath) {
         return m_FidsInPath < other.m_FidsInPath;
+    }
     return memcmp(m_pPath, other.m_pPath, m_FidsInPath * sizeof m_pPath[0]) < 0;
 }
 
@@ -123,15 +129,17 @@ CachedChunkList* CFileCacheSystem::FindChunks(DFEF_Path path)
 
 CachedSelectList::iterator CFileCacheSystem::FindSelect(DFEF_Path path)
 {
-    if (!m_bCacheSystemEnabled)
+    if (!m_bCacheSystemEnabled) {
         return m_SelectCache.end();
+    }
     return std::find(m_SelectCache.begin(), m_SelectCache.end(), KeyOf(path));
 }
 
 bool CFileCacheSystem::IsFresh(const _CachedChunk& chunk) const
 {
-    if (!m_bUseCacheExpire)
+    if (!m_bUseCacheExpire) {
         return true;
+    }
     // Stored minus now, in this order: with the limit in use, any age above 0 wraps around and
     // expires.
     return static_cast<std::uint32_t>(chunk.cached_time - std::time(nullptr)) <
@@ -141,20 +149,24 @@ bool CFileCacheSystem::IsFresh(const _CachedChunk& chunk) const
 void CFileCacheSystem::Put(DFEF_Path ef_path, long start, long len, const CK_BYTE* pData,
                            CK_BBOOL isLastChunk)
 {
-    if (!m_bCacheSystemEnabled)
+    if (!m_bCacheSystemEnabled) {
         return;
+    }
     CachedChunkList& chunks = m_Cache[KeyOf(ef_path)];
     const SRange range = {start, len, pData};
-    if (!range.Storable())
+    if (!range.Storable()) {
         return;
+    }
     bool bStored = false;
     for (const auto& pChunk : chunks) {
-        if (!ef_path.m_isPinVerified)
+        if (!ef_path.m_isPinVerified) {
             pChunk->bPinVerified = false;
+        }
         bStored |= Store(*pChunk, range, isLastChunk);
     }
-    if (bStored)
+    if (bStored) {
         return;
+    }
     auto pChunk = std::make_unique<_CachedChunk>();
     Fill(*pChunk, range);
     pChunk->bIsLastChunk = isLastChunk;
@@ -166,8 +178,9 @@ long CFileCacheSystem::Get(DFEF_Path ef_path, long start, long& len, CK_BYTE*& p
                            CK_BBOOL& bPartialCache)
 {
     const CachedChunkList* const pChunks = FindChunks(ef_path);
-    if (!pChunks || len < 0 || start > std::numeric_limits<long>::max() - len)
+    if (!pChunks || len < 0 || start > std::numeric_limits<long>::max() - len) {
         return MISS;
+    }
     const long end = start + len - 1;
     bool bPinRequired = false;
     _CachedChunk* pLongest = nullptr;
@@ -177,17 +190,20 @@ long CFileCacheSystem::Get(DFEF_Path ef_path, long start, long& len, CK_BYTE*& p
             bPinRequired = true;
             continue;
         }
-        if (start < StartOf(*pChunk))
+        if (start < StartOf(*pChunk)) {
             continue;
+        }
         if (EndOf(*pChunk) >= end) {
             pData = pChunk->pData + (start - StartOf(*pChunk));
             return 0;
         }
-        if (start < EndOf(*pChunk) && (!pLongest || pChunk->ulDataLen > pLongest->ulDataLen))
+        if (start < EndOf(*pChunk) && (!pLongest || pChunk->ulDataLen > pLongest->ulDataLen)) {
             pLongest = pChunk.get();
+        }
     }
-    if (!pLongest)
+    if (!pLongest) {
         return bPinRequired ? PIN_REQUIRED : MISS;
+    }
     // On purpose the offsets of the last chunk, not of the longest: only a result of 0 is acted
     // upon. They may lead outside the chunk, where only numbers may be added.
     const _CachedChunk& last = *pChunks->back();
@@ -201,8 +217,9 @@ long CFileCacheSystem::Get(DFEF_Path ef_path, long start, long& len, CK_BYTE*& p
 bool CFileCacheSystem::isCached(DFEF_Path ef_path, long start, long len)
 {
     const CachedChunkList* const pChunks = FindChunks(ef_path);
-    if (!pChunks)
+    if (!pChunks) {
         return false;
+    }
     const auto found = std::find_if(pChunks->begin(), pChunks->end(), [&](const auto& pChunk) {
         return pChunk->ulStart <= static_cast<CK_ULONG>(start) &&
                pChunk->ulDataLen >= static_cast<CK_ULONG>(len) && // length, not end: on purpose
@@ -213,22 +230,25 @@ bool CFileCacheSystem::isCached(DFEF_Path ef_path, long start, long len)
 
 void CFileCacheSystem::Remove(DFEF_Path ef_path)
 {
-    if (m_bCacheSystemEnabled)
+    if (m_bCacheSystemEnabled) {
         m_Cache.erase(KeyOf(ef_path));
+    }
 }
 
 void CFileCacheSystem::Clear()
 {
-    if (!m_bCacheSystemEnabled)
+    if (!m_bCacheSystemEnabled) {
         return;
+    }
     m_Cache.clear();
     m_SelectCache.clear();
 }
 
 void CFileCacheSystem::PutSelect(DFEF_Path ef_path)
 {
-    if (m_bCacheSystemEnabled && !isSelectCached(ef_path))
+    if (m_bCacheSystemEnabled && !isSelectCached(ef_path)) {
         m_SelectCache.push_back(KeyOf(ef_path));
+    }
 }
 
 DFEF_Path CFileCacheSystem::GetSelect(DFEF_Path ef_path)
@@ -245,6 +265,7 @@ bool CFileCacheSystem::isSelectCached(DFEF_Path ef_path)
 void CFileCacheSystem::RemoveSelect(DFEF_Path ef_path)
 {
     const auto found = FindSelect(ef_path);
-    if (found != m_SelectCache.end())
+    if (found != m_SelectCache.end()) {
         m_SelectCache.erase(found);
+    }
 }

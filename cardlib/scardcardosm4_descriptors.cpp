@@ -68,8 +68,9 @@ long _M4_FileInfo_common::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
 {
     constexpr CK_ULONG ulBeforeAccess = 18;
     CK_ULONG ulAccess = std::size(kFileAccess) + 2 + m_bAdditionalACPaddingFF;
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulBeforeAccess + ulAccess))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulBeforeAccess + ulAccess)) {
         return lResult;
+    }
     CTlvBody body(pTlvData);
     body.Header(tag::SIZE, 2).Word(size);
     body.Header(tag::TYPE, 3).Byte(type).Byte(0).Byte(recordSize);
@@ -83,8 +84,9 @@ long _M4_FileInfo_common::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSi
                                        CK_BBOOL /*bUseSM*/)
 {
     const CK_ULONG ulLength = std::size(kFileAccess) + m_bAdditionalACPaddingFF;
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulLength + 2))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulLength + 2)) {
         return lResult;
+    }
     CTlvBody body(pTlvData);
     body.Header(tag::ACCESS, ulLength)
         .Fields(*this, kFileAccess)
@@ -140,8 +142,9 @@ long _M4_FileInfo_SM::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
 {
     constexpr CK_ULONG ulSm = std::size(kFileSm) + 2;
     CK_ULONG ulCommon = 29u + m_bAdditionalACPaddingFF;
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulCommon + ulSm))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulCommon + ulSm)) {
         return lResult;
+    }
     _M4_FileInfo_common::GetTLV(pTlvData, &ulCommon);
     CTlvBody(pTlvData + ulCommon).Object(tag::SECURE_MESSAGING, *this, kFileSm);
     *pulTlvDataSize = ulCommon + ulSm;
@@ -152,11 +155,13 @@ long _M4_FileInfo_SM::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, 
 {
     const CK_ULONG ulSm = bUseSM ? std::size(kFileSm) + 2 : 0;
     CK_ULONG ulAccess = std::size(kFileAccess) + 2 + m_bAdditionalACPaddingFF;
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulAccess + ulSm))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulAccess + ulSm)) {
         return lResult;
+    }
     _M4_FileInfo_common::GetTLV_Admin(pTlvData, &ulAccess, 0);
-    if (bUseSM)
+    if (bUseSM) {
         CTlvBody(pTlvData + ulAccess).Object(tag::SECURE_MESSAGING, *this, kFileSm);
+    }
     *pulTlvDataSize = ulAccess + ulSm;
     return 0;
 }

@@ -68,10 +68,12 @@ long _M4_BSO_info::ParseTLV(const CK_BYTE* /*pTlvData*/, CK_ULONG /*ulTlvDataSiz
 
 long _M4_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
 {
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 44u + ObjectDataLen))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 44u + ObjectDataLen)) {
         return lResult;
-    if (ObjectDataLen > sizeof pObjectData)
+    }
+    if (ObjectDataLen > sizeof pObjectData) {
         return -1;
+    }
     CTlvBody body(pTlvData);
     body.Object(tag::IDENTIFIER, *this, kBsoIdentifier)
         .Object(tag::PARAMETERS, *this, kBsoParameters)
@@ -86,12 +88,14 @@ long _M4_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
 long _M4_BSO_info::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM)
 {
     // Room for both forms is asked for, on purpose: callers size one buffer for either.
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 32))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 32)) {
         return lResult;
+    }
     CTlvBody body(pTlvData);
     body.Object(tag::IDENTIFIER, *this, kBsoIdentifier).Object(tag::ACCESS, *this, kBsoAccess);
-    if (bUseSM)
+    if (bUseSM) {
         body.Object(tag::SECURE_MESSAGING, *this, kBsoSm);
+    }
     *pulTlvDataSize = body.Size();
     return 0;
 }
@@ -121,10 +125,12 @@ long _ZT34_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
     // Two bytes less than is written, on purpose: the base's size, which callers know, with room to
     // spare.
     const CK_ULONG ulChecked = 44u + ObjectDataLen + (bPinLike ? 3u : 0u);
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulChecked))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, ulChecked)) {
         return lResult;
-    if (ObjectDataLen > sizeof pObjectData)
+    }
+    if (ObjectDataLen > sizeof pObjectData) {
         return -1;
+    }
     CTlvBody body(pTlvData);
     body.Object(tag::IDENTIFIER, *this, kBsoIdentifier)
         .Object(tag::PARAMETERS, *this, kBsoParameters)
@@ -132,20 +138,23 @@ long _ZT34_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
         .Object(tag::SECURE_MESSAGING, *this, kBsoSm)
         .Header(tag::VALUE, ObjectDataLen)
         .Bytes(pObjectData, ObjectDataLen);
-    if (bPinLike)
+    if (bPinLike) {
         body.Header(tag::LIFE_CYCLE, 1).Byte(kOperational);
+    }
     *pulTlvDataSize = body.Size();
     return 0;
 }
 
 long _ZT34_BSO_info::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM)
 {
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 34))
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 34)) {
         return lResult;
+    }
     CTlvBody body(pTlvData);
     body.Object(tag::IDENTIFIER, *this, kBsoIdentifier).Object(tag::ACCESS, *this, kZt34Access);
-    if (bUseSM)
+    if (bUseSM) {
         body.Object(tag::SECURE_MESSAGING, *this, kBsoSm);
+    }
     *pulTlvDataSize = body.Size();
     return 0;
 }

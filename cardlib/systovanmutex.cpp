@@ -8,8 +8,9 @@ CSysTovanCriticalSection* g_pGlobalCriticalSection = nullptr;
 
 CSysTovanCriticalSection::~CSysTovanCriticalSection()
 {
-    if (!m_bInitialized || !m_bAutoDestroy)
+    if (!m_bInitialized || !m_bAutoDestroy) {
         return;
+    }
     m_bInitialized = false;
     pthread_mutex_destroy(&m_criticalSection);
 }
@@ -22,6 +23,7 @@ void CSysTovanCriticalSection::Lock()
 
 void CSysTovanCriticalSection::Unlock()
 {
-    if (m_bInitialized)
+    if (m_bInitialized) {
         pthread_mutex_unlock(&m_criticalSection);
+    }
 }

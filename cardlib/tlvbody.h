@@ -49,8 +49,9 @@ public:
     template <class TInfo, class TField, std::size_t N>
     CTlvBody& Fields(const TInfo& info, const TField (&fields)[N])
     {
-        for (const TField field : fields)
+        for (const TField field : fields) {
             Byte(info.*field);
+        }
         return *this;
     }
     template <class TInfo, class TField, std::size_t N>
@@ -70,10 +71,12 @@ private:
 /// \return 0 if ulNeeded bytes fit; else the result of the writer, with the needed size stored.
 inline long CheckRoom(const CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_ULONG ulNeeded)
 {
-    if (!pulTlvDataSize)
+    if (!pulTlvDataSize) {
         return -1;
-    if (pTlvData && *pulTlvDataSize >= ulNeeded)
+    }
+    if (pTlvData && *pulTlvDataSize >= ulNeeded) {
         return 0;
+    }
     *pulTlvDataSize = ulNeeded;
     return 1;
 }
@@ -82,8 +85,9 @@ inline long CheckRoom(const CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_ULON
 template <class TInfo, class TField, std::size_t N>
 void SetAll(TInfo& info, const TField (&fields)[N], CK_BYTE bValue)
 {
-    for (const TField field : fields)
+    for (const TField field : fields) {
         info.*field = bValue;
+    }
 }
 
 } // namespace descriptor

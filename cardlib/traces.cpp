@@ -64,17 +64,20 @@ class CErrorSink {
 public:
     explicit CErrorSink(const char* szOutFile) : m_pFile(Standard(szOutFile))
     {
-        if (m_pFile)
+        if (m_pFile) {
             return;
+        }
         m_pFile = std::fopen(szOutFile, "a+");
         m_bOwned = m_pFile != nullptr;
-        if (!m_bOwned)
+        if (!m_bOwned) {
             m_pFile = stderr;
+        }
     }
     ~CErrorSink()
     {
-        if (m_bOwned)
+        if (m_bOwned) {
             std::fclose(m_pFile);
+        }
     }
     CErrorSink(const CErrorSink&) = delete;
     CErrorSink& operator=(const CErrorSink&) = delete;
@@ -84,8 +87,9 @@ public:
 private:
     static FILE* Standard(const char* szOutFile)
     {
-        if (!szOutFile || !*szOutFile || std::strcmp(szOutFile, "stderr") == 0)
+        if (!szOutFile || !*szOutFile || std::strcmp(szOutFile, "stderr") == 0) {
             return stderr;
+        }
         return std::strcmp(szOutFile, "stdout") == 0 ? stdout : nullptr;
     }
 
@@ -158,8 +162,9 @@ void CK_TraceStdErr(const char* lpszFormat, ...)
 void CK_vsTraceStdErr(const char* lpszFormat, va_list args)
 {
     const _init_traces& settings = TraceSettings();
-    if (!(settings.iDebugLevel & kErrorChannelBit) || !lpszFormat)
+    if (!(settings.iDebugLevel & kErrorChannelBit) || !lpszFormat) {
         return;
+    }
     const CSysTovanLock lock(s_log_mutex);
     const CErrorSink sink(settings.szOutFile);
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started the list
@@ -185,22 +190,26 @@ void CK_TraceEx(int iType, const char* lpszFormat, ...)
 void CK_vsTraceEx(int iType, const char* lpszFormat, va_list args)
 {
     const int iLevel = LevelOf(std::getenv("CK_DEBUG_LEVEL"));
-    if (iLevel == -1 || (iLevel & iType) == iLevel)
+    if (iLevel == -1 || (iLevel & iType) == iLevel) {
         CK_vsTrace(lpszFormat, args);
+    }
 }
 
 void CK_vsTrace(const char* lpszFormat, va_list args)
 {
-    if (!lpszFormat)
+    if (!lpszFormat) {
         return;
+    }
     const CSysTovanLock lock(s_log_mutex);
     char szMessage[kTypedMessageSize];
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started the list
-    if (std::vsnprintf(szMessage, sizeof szMessage, lpszFormat, args) < 0)
+    if (std::vsnprintf(szMessage, sizeof szMessage, lpszFormat, args) < 0) {
         return;
+    }
     FILE* pFile = std::fopen(kTypedLogFile, "a");
-    if (!pFile)
+    if (!pFile) {
         return;
+    }
     std::fputs(szMessage, pFile);
     std::fclose(pFile);
 }
@@ -211,14 +220,17 @@ const char* GetAPDUName(unsigned char cla, unsigned char ins)
 {
     bool bKnownIns = false;
     for (const SApduName& row : kApduNames) {
-        if (row.ins != ins)
+        if (row.ins != ins) {
             continue;
-        if ((cla & row.claMask) == row.cla)
+        }
+        if ((cla & row.claMask) == row.cla) {
             return row.szName;
+        }
         bKnownIns = true;
     }
-    if (bKnownIns)
+    if (bKnownIns) {
         return "Unknown";
+    }
     static char szUnknown[255];
     std::snprintf(szUnknown, sizeof szUnknown, "Unknown APDU: cla=0x%02X, ins=0x%02X", cla, ins);
     return szUnknown;

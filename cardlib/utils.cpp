@@ -19,8 +19,9 @@ constexpr std::array<std::uint32_t, 256> MakeCrcTable()
     std::array<std::uint32_t, 256> table{};
     for (std::uint32_t i = 0; i < table.size(); ++i) {
         std::uint32_t crc = i << 8;
-        for (int bit = 0; bit < 8; ++bit)
+        for (int bit = 0; bit < 8; ++bit) {
             crc = (crc << 1) ^ (crc & 0x8000 ? 0x1021u : 0u);
+        }
         table[i] = crc & 0xFFFF;
     }
     return table;
@@ -61,19 +62,22 @@ private:
 unsigned int Crc16(const unsigned char* data, unsigned long size)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(data);
-    if (!data || size == 0 || address + size < address)
+    if (!data || size == 0 || address + size < address) {
         return kCrcInitial;
+    }
     unsigned int crc = kCrcInitial;
-    for (const unsigned char* const end = data + size; data != end; ++data)
+    for (const unsigned char* const end = data + size; data != end; ++data) {
         crc = ((crc << 8) ^ CRCtbl[(*data ^ (crc >> 8)) & 0xFF]) & 0xFFFF;
+    }
     return crc;
 }
 
 void BCD2ASC(char* dest, const unsigned char* orig, unsigned long len)
 {
     constexpr char digits[] = "0123456789ABCDEF";
-    if (!dest || !orig)
+    if (!dest || !orig) {
         return;
+    }
     for (unsigned long i = 0; i < len; ++i) {
         *dest++ = digits[orig[i] >> 4];
         *dest++ = digits[orig[i] & 0x0F];
@@ -82,8 +86,9 @@ void BCD2ASC(char* dest, const unsigned char* orig, unsigned long len)
 
 void MemInvert(unsigned char* pbBuffer, unsigned long dwSize)
 {
-    if (pbBuffer)
+    if (pbBuffer) {
         std::reverse(pbBuffer, pbBuffer + dwSize);
+    }
 }
 
 bool GetForceUseSecondDF()
@@ -93,30 +98,38 @@ bool GetForceUseSecondDF()
 
 BOOL TLV_Validate(const unsigned char* pTlv, unsigned long ulTlvSize)
 {
-    if (!pTlv || ulTlvSize < 2)
+    if (!pTlv || ulTlvSize < 2) {
         return 0;
-    for (CTlvCursor element(pTlv, ulTlvSize); !element.AtEnd(); element.Next())
-        if (!element.Valid())
+    }
+    for (CTlvCursor element(pTlv, ulTlvSize); !element.AtEnd(); element.Next()) {
+        if (!element.Valid()) {
             return 0;
+        }
+    }
     return 1;
 }
 
 BOOL TLV_Get(WORD wTag, unsigned char* pTlv, unsigned long ulTlvSize, unsigned char** pData,
              unsigned long* pulData)
 {
-    if (!pData || !pulData)
+    if (!pData || !pulData) {
         return 0;
+    }
     *pData = nullptr;
     *pulData = 0;
-    if (!pTlv)
+    if (!pTlv) {
         return 0;
+    }
     for (CTlvCursor element(pTlv, ulTlvSize); !element.AtEnd(); element.Next()) {
-        if (!element.Valid())
+        if (!element.Valid()) {
             return 0;
-        if (element.Tag() != wTag)
+        }
+        if (element.Tag() != wTag) {
             continue;
-        if (!element.Whole())
+        }
+        if (!element.Whole()) {
             return 0;
+        }
         *pData = element.Value();
         *pulData = element.Length();
         return 1;

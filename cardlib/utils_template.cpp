@@ -20,15 +20,17 @@ const CK_ATTRIBUTE* Find(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, 
 
 void StorePosition(CK_ULONG* pulPosition, const CK_ATTRIBUTE* pTemplate, const CK_ATTRIBUTE* pFound)
 {
-    if (pulPosition)
+    if (pulPosition) {
         *pulPosition = static_cast<CK_ULONG>(pFound - pTemplate);
+    }
 }
 
 void FreeValue(CK_ATTRIBUTE& record)
 {
     // Not wiped: a token may have set the length to something that is no longer the buffer's.
-    if (record.ulValueLen != 0)
+    if (record.ulValueLen != 0) {
         delete[] static_cast<CK_BYTE*>(record.pValue);
+    }
     record.pValue = nullptr;
 }
 
@@ -44,10 +46,12 @@ bool AllocValue(CK_ATTRIBUTE& record)
 bool CopyRecord(CK_ATTRIBUTE& dest, const CK_ATTRIBUTE& source)
 {
     dest = {source.type, nullptr, source.ulValueLen};
-    if (!source.pValue || source.ulValueLen == 0)
+    if (!source.pValue || source.ulValueLen == 0) {
         return true;
-    if (!AllocValue(dest))
+    }
+    if (!AllocValue(dest)) {
         return false;
+    }
     std::memcpy(dest.pValue, source.pValue, source.ulValueLen);
     return true;
 }
@@ -95,8 +99,9 @@ private:
 
 long GetAttributePos(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount)
 {
-    if (!pTemplate)
+    if (!pTemplate) {
         return -1;
+    }
     const CK_ATTRIBUTE* const pEnd = pTemplate + ulCount;
     const auto* const pFound = std::find_if(
         pTemplate, pEnd, [type](const CK_ATTRIBUTE& record) { return record.type == type; });
@@ -107,10 +112,12 @@ CK_ULONG GetAttribute(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, CK_
                       CK_ULONG* pulAttributeSize, CK_ULONG* pulPosition)
 {
     const CK_ATTRIBUTE* const pFound = Find(type, pTemplate, ulCount);
-    if (!pFound)
+    if (!pFound) {
         return 0;
-    if (pulAttributeSize)
+    }
+    if (pulAttributeSize) {
         *pulAttributeSize = pFound->ulValueLen;
+    }
     StorePosition(pulPosition, pTemplate, pFound);
     return reinterpret_cast<CK_ULONG>(pFound->pValue);
 }
@@ -119,10 +126,12 @@ bool GetAttribute2(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, CK_ULO
                    void* pValue, CK_ULONG* pulAttributeSize, CK_ULONG* pulPosition)
 {
     const CK_ATTRIBUTE* const pFound = Find(type, pTemplate, ulCount);
-    if (!pFound || !pulAttributeSize)
+    if (!pFound || !pulAttributeSize) {
         return false;
-    if (pValue && pFound->pValue && *pulAttributeSize >= pFound->ulValueLen)
+    }
+    if (pValue && pFound->pValue && *pulAttributeSize >= pFound->ulValueLen) {
         std::memcpy(pValue, pFound->pValue, pFound->ulValueLen);
+    }
     *pulAttributeSize = pFound->ulValueLen;
     StorePosition(pulPosition, pTemplate, pFound);
     return true;
@@ -131,12 +140,14 @@ bool GetAttribute2(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, CK_ULO
 bool GetAttribute3(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount,
                    void** ppValue, CK_ULONG* pulAttributeSize, CK_ULONG* pulPosition)
 {
-    if (!ppValue || !pTemplate || !pulAttributeSize)
+    if (!ppValue || !pTemplate || !pulAttributeSize) {
         return false;
+    }
     *ppValue = nullptr;
     const CK_ATTRIBUTE* const pFound = Find(type, pTemplate, ulCount);
-    if (!pFound)
+    if (!pFound) {
         return false;
+    }
     *ppValue = pFound->pValue;
     *pulAttributeSize = pFound->ulValueLen;
     StorePosition(pulPosition, pTemplate, pFound);
@@ -151,8 +162,9 @@ CK_ULONG GetAttributeLen(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate, 
 
 bool CK_TemplateAlloc(CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount)
 {
-    if (!pTemplate || ulCount == 0)
+    if (!pTemplate || ulCount == 0) {
         return false;
+    }
     return std::all_of(pTemplate, pTemplate + ulCount, [](CK_ATTRIBUTE& record) {
         return record.ulValueLen == 0 || AllocValue(record);
     });
@@ -160,25 +172,29 @@ bool CK_TemplateAlloc(CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount)
 
 bool CK_TemplateFree(CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount, bool bFreeJustContents)
 {
-    if (!pTemplate || ulCount == 0)
+    if (!pTemplate || ulCount == 0) {
         return false;
+    }
     std::for_each(pTemplate, pTemplate + ulCount, [](CK_ATTRIBUTE& record) {
         FreeValue(record);
         record.ulValueLen = 0;
     });
-    if (!bFreeJustContents)
+    if (!bFreeJustContents) {
         delete[] pTemplate;
+    }
     return true;
 }
 
 bool CK_TemplateCopy(const CK_ATTRIBUTE* pTemplateSource, CK_ULONG ulCount,
                      CK_ATTRIBUTE** ppTemplateDest)
 {
-    if (!pTemplateSource || ulCount == 0 || !ppTemplateDest)
+    if (!pTemplateSource || ulCount == 0 || !ppTemplateDest) {
         return false;
+    }
     CTemplateBuilder copy(ulCount);
-    if (!copy.AppendCopies(pTemplateSource, ulCount))
+    if (!copy.AppendCopies(pTemplateSource, ulCount)) {
         return false;
+    }
     *ppTemplateDest = copy.Release();
     return true;
 }
@@ -187,22 +203,27 @@ bool CK_TemplateMerge(const CK_ATTRIBUTE* pTemplate1, CK_ULONG ulCount1,
                       const CK_ATTRIBUTE* pTemplate2, CK_ULONG ulCount2,
                       CK_ATTRIBUTE** ppTemplateOut, CK_ULONG* pulTemplateOutCount)
 {
-    if (ulCount1 + ulCount2 == 0 || !ppTemplateOut || !pulTemplateOutCount)
+    if (ulCount1 + ulCount2 == 0 || !ppTemplateOut || !pulTemplateOutCount) {
         return false;
-    if (ulCount1 == 0)
+    }
+    if (ulCount1 == 0) {
         return true; // on purpose without outputs: the caller keeps its template 2
+    }
     if (ulCount2 == 0) {
         *pulTemplateOutCount = ulCount1;
         return CK_TemplateCopy(pTemplate1, ulCount1, ppTemplateOut);
     }
-    if (!pTemplate1 || !pTemplate2)
+    if (!pTemplate1 || !pTemplate2) {
         return false;
+    }
     CTemplateBuilder merged(ulCount1 + ulCount2);
-    if (!merged.AppendCopies(pTemplate2, ulCount2))
+    if (!merged.AppendCopies(pTemplate2, ulCount2)) {
         return false;
+    }
     if (!std::all_of(pTemplate1, pTemplate1 + ulCount1,
-                     [&merged](const CK_ATTRIBUTE& record) { return merged.Merge(record); }))
+                     [&merged](const CK_ATTRIBUTE& record) { return merged.Merge(record); })) {
         return false;
+    }
     *pulTemplateOutCount = merged.Count();
     *ppTemplateOut = merged.Release();
     return true;

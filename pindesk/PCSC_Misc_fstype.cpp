@@ -27,8 +27,9 @@ long DetectBesideCns(CSelector& files, long* scardType)
 {
     *scardType = layout::CNS;
     files.Select(MF);
-    if (files.Select(FileIdSetting("SETTING_CNS_DS_DF_ROOT")))
+    if (files.Select(FileIdSetting("SETTING_CNS_DS_DF_ROOT"))) {
         *scardType = layout::CNS_AND_DS;
+    }
     return files.LastResult();
 }
 
@@ -36,8 +37,9 @@ long DetectBesideCns(CSelector& files, long* scardType)
 void DetectDf1112(CSelector& files, long* scardType)
 {
     files.Select(MF);
-    if (files.Select(DF_1112) && files.Select(EF_EF01, eFidEF))
+    if (files.Select(DF_1112) && files.Select(EF_EF01, eFidEF)) {
         *scardType = layout::WITH_DF_1112;
+    }
 }
 
 /// DF 2FFF with a first file of two bytes or more. \return whether it is there.
@@ -45,27 +47,31 @@ bool DetectFastFiles(CSCard& card, CSelector& files, long* scardType)
 {
     CK_BYTE ab[2] = {};
     if (!files.Select(FAST_FILES_DF) || !files.Select(FIRST_FILE, eFidEF) ||
-        card.ReadBinary(0, sizeof ab, ab) != 0)
+        card.ReadBinary(0, sizeof ab, ab) != 0) {
         return false;
+    }
     *scardType = ab[0] != 0 ? layout::FAST_FILES : layout::UNKNOWN;
     return true;
 }
 
 long DetectOthers(CSCard& card, CSelector& files, long* scardType)
 {
-    if (DetectFastFiles(card, files, scardType))
+    if (DetectFastFiles(card, files, scardType)) {
         return files.LastResult();
+    }
     files.Select(FIRST_FILE);
-    if (files.Select(DF_1111))
+    if (files.Select(DF_1111)) {
         *scardType = layout::DF_1111;
+    }
     return files.LastResult();
 }
 
 long Detect(CSCard& card, long* scardType)
 {
     CSelector files(card);
-    if (!files.SelectMf())
+    if (!files.SelectMf()) {
         return result::SELECT_FAILED;
+    }
     *scardType = layout::UNKNOWN;
     long lResult = result::OK;
     if (files.Select(FileIdSetting("SETTING_CNS_DF1"))) {
@@ -83,21 +89,26 @@ long Detect(CSCard& card, long* scardType)
 
 long PCSC_AtrCmp(LPCTSTR szAtr1, LPCTSTR szAtr2, LPCTSTR szAtrMask)
 {
-    if (!szAtr1 || !szAtr2 || !szAtrMask)
+    if (!szAtr1 || !szAtr2 || !szAtrMask) {
         return NO_MATCH;
+    }
     const std::size_t cb = std::strlen(szAtr1) / 2;
-    if (std::strlen(szAtr2) / 2 != cb || std::strlen(szAtrMask) / 2 != cb)
+    if (std::strlen(szAtr2) / 2 != cb || std::strlen(szAtrMask) / 2 != cb) {
         return NO_MATCH;
-    for (std::size_t i = 0; i < cb; ++i)
-        if ((HexByte(szAtrMask, i) & (HexByte(szAtr1, i) ^ HexByte(szAtr2, i))) != 0)
+    }
+    for (std::size_t i = 0; i < cb; ++i) {
+        if ((HexByte(szAtrMask, i) & (HexByte(szAtr1, i) ^ HexByte(szAtr2, i))) != 0) {
             return NO_MATCH;
+        }
+    }
     return MATCH;
 }
 
 long PCSC_GetFSType(long slot, long* scardType)
 {
-    if (!scardType)
+    if (!scardType) {
         return result::MISSING_ARGUMENT;
+    }
     const long lResult = WithPlainCard(slot, [&](CSCard& card) { return Detect(card, scardType); });
     // a card that lets nothing be selected counts as none
     return lResult == result::SELECT_FAILED ? result::NO_READER : lResult;

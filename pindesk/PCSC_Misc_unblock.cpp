@@ -60,8 +60,9 @@ long SendReset(CSCard& card, CCommandApdu& command)
 long ResetStarcosPin(CSCard& card, CSelector& files, WORD fidDf, std::uint8_t bPin,
                      const CResetData& data)
 {
-    if (!files.SelectMf() || !files.Select(fidDf))
+    if (!files.SelectMf() || !files.Select(fidDf)) {
         return result::SELECT_FAILED;
+    }
     CCommandApdu command(cla::PROPRIETARY, ins::CHANGE_REFERENCE_DATA, P1_STARCOS_RESET, bPin);
     return SendReset(card, command.Data(data.data(), data.size()));
 }
@@ -70,19 +71,22 @@ long ResetStarcos(CSCard& card, const CResetData& data)
 {
     CSelector files(card);
     const long lResult = ResetStarcosPin(card, files, DF_1111, STARCOS_PIN_1111, data);
-    if (lResult != result::OK)
+    if (lResult != result::OK) {
         return lResult;
+    }
     return ResetStarcosPin(card, files, DF_DF01, STARCOS_PIN_DF01, data);
 }
 
 long ResetM4(CSCard& card, const CResetData& data)
 {
     CSelector files(card);
-    if (!files.SelectMf())
+    if (!files.SelectMf()) {
         return result::SELECT_FAILED;
+    }
     files.Select(FID_0000); // some cards want it, the others refuse it without harm
-    if (!files.Select(DF_1111))
+    if (!files.Select(DF_1111)) {
         return result::SELECT_FAILED;
+    }
     CCommandApdu command(cla::ISO, ins::RESET_RETRY_COUNTER, 0x00, M4_PIN);
     return SendReset(card, command.Data(data.data(), data.size()));
 }
@@ -92,8 +96,9 @@ using Reset = long (*)(CSCard& card, const CResetData& data);
 long Unblock(long slotId, const CResetData::Filler& filler, const char* szPuk, const char* szNewPin,
              Reset reset)
 {
-    if (!szPuk || !szNewPin)
+    if (!szPuk || !szNewPin) {
         return result::MISSING_ARGUMENT;
+    }
     return WithPlainCard(
         slotId, [&](CSCard& card) { return reset(card, CResetData(filler, szPuk, szNewPin)); });
 }

@@ -28,15 +28,18 @@ public:
     ///         transaction was refused: no command may go to the card).
     long Open(long slot)
     {
-        if (const long lResult = m_reader.Open(slot); lResult != result::OK)
+        if (const long lResult = m_reader.Open(slot); lResult != result::OK) {
             return lResult;
+        }
         // the session copies the name; its parameter is not const for the sake of its callers
         m_pCard.reset(new (std::nothrow)
                           Session(m_reader.Context(), const_cast<char*>(m_reader.Name())));
-        if (!m_pCard || !m_pCard->Create())
+        if (!m_pCard || !m_pCard->Create()) {
             return result::NO_CARD;
-        if (SCardBeginTransaction(m_pCard->m_hCard) != SCARD_S_SUCCESS)
+        }
+        if (SCardBeginTransaction(m_pCard->m_hCard) != SCARD_S_SUCCESS) {
             return result::SELECT_FAILED;
+        }
         m_transact.m_hCard = m_pCard->m_hCard;
         return result::OK;
     }
@@ -48,8 +51,9 @@ private:
     struct SRelease {
         void operator()(Session* pCard) const
         {
-            if constexpr (requires { pCard->Destroy(); })
+            if constexpr (requires { pCard->Destroy(); }) {
                 pCard->Destroy();
+            }
             pCard->Release();
         }
     };

@@ -11,8 +11,9 @@ constexpr long SELECTED_WITHOUT_FCI = 0x6284;
 
 bool CSelector::SelectMf()
 {
-    if (Select(MF))
+    if (Select(MF)) {
         return true;
+    }
     m_bAskForFci = true;
     return Select(MF);
 }

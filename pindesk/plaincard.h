@@ -21,8 +21,9 @@ template <typename TSteps> long WithPlainCard(long slot, TSteps steps)
     try {
         CHeldCard<CSCardSetec43> held;
         const long lResult = held.Open(slot);
-        if (lResult == result::OK)
+        if (lResult == result::OK) {
             return steps(held.Card());
+        }
         return lResult == result::NO_CARD ? result::NO_READER : lResult;
     } catch (const std::exception&) {
         return result::NO_CONTEXT;

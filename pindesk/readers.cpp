@@ -12,8 +12,9 @@
 long CContext::Establish()
 {
     const LONG lResult = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &m_hContext);
-    if (lResult == SCARD_S_SUCCESS)
+    if (lResult == SCARD_S_SUCCESS) {
         return result::OK;
+    }
     m_hContext = 0;
     return result::NO_CONTEXT;
 }
@@ -25,14 +26,16 @@ SCARDCONTEXT CContext::Detach()
 
 void CContext::Close()
 {
-    if (m_hContext != 0)
+    if (m_hContext != 0) {
         SCardReleaseContext(Detach());
+    }
 }
 
 CReaderList::~CReaderList()
 {
-    if (m_mszReaders)
+    if (m_mszReaders) {
         SCardFreeMemory(m_hContext, m_mszReaders);
+    }
 }
 
 long CReaderList::List(SCARDCONTEXT hContext)
@@ -46,30 +49,36 @@ long CReaderList::List(SCARDCONTEXT hContext)
 
 const char* CReaderList::At(long slot) const
 {
-    if (slot < 1 || !m_mszReaders)
+    if (slot < 1 || !m_mszReaders) {
         return nullptr;
+    }
     const char* szName = m_mszReaders;
-    while (*szName != '\0' && --slot > 0)
+    while (*szName != '\0' && --slot > 0) {
         szName += std::strlen(szName) + 1;
+    }
     return *szName != '\0' ? szName : nullptr;
 }
 
 long CReaderList::Count() const
 {
     long lCount = 0;
-    while (At(lCount + 1))
+    while (At(lCount + 1)) {
         ++lCount;
+    }
     return lCount;
 }
 
 long CReaderAtSlot::Open(long slot)
 {
-    if (slot < 1)
+    if (slot < 1) {
         return result::NO_READER;
-    if (const long lResult = m_context.Establish(); lResult != result::OK)
+    }
+    if (const long lResult = m_context.Establish(); lResult != result::OK) {
         return lResult;
-    if (const long lResult = m_readers.List(m_context.Handle()); lResult != result::OK)
+    }
+    if (const long lResult = m_readers.List(m_context.Handle()); lResult != result::OK) {
         return lResult;
+    }
     m_szName = m_readers.At(slot);
     return m_szName ? result::OK : result::NO_READER;
 }

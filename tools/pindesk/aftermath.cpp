@@ -37,12 +37,13 @@ Outcome Lost(const Deed& deed, Contact contact, long code)
     outcome.status = ExitStatus::OutcomeUnknown;
     outcome.code = code;
     outcome.message = std::string("The answer was lost: ") + WhyNoAnswer(contact) + ".";
-    if (MeaningOf(code).stage != Stage::AtSecret && !deed.doubt.empty())
+    if (MeaningOf(code).stage != Stage::AtSecret && !deed.doubt.empty()) {
         outcome.message += " " + deed.doubt;
-    else
+    } else {
         outcome.message += std::string(" Whether the ") + deed.presented->title +
                            " was right is not known; it may have cost a try." +
                            (deed.doubt.empty() ? "" : " Nothing was changed.");
+    }
     outcome.advice = "When the card is back, see: pindesk status";
     return outcome;
 }
@@ -91,9 +92,10 @@ Outcome Unjudged(const Deed& deed, const Tries& after, long code)
     }
     outcome.status = ExitStatus::OutcomeUnknown;
     outcome.message = "The answer was lost, or the card refused the command; no try was spent.";
-    if (after.state == Tries::State::AlreadyVerified)
+    if (after.state == Tries::State::AlreadyVerified) {
         outcome.message +=
             std::string(" The card counts the ") + deed.presented->title + " as verified.";
+    }
     outcome.advice = "Try again.";
     return outcome;
 }
@@ -110,13 +112,15 @@ Outcome Deactivated(const Secret& secret, long code)
 Outcome JudgeAtSecret(const Deed& deed, const Tries& after, long code)
 {
     using State = Tries::State;
-    if (after.state == State::Deactivated)
+    if (after.state == State::Deactivated) {
         return Deactivated(*deed.presented, code);
+    }
     const bool wasTold = deed.before.IsTold();
     const bool hasLostATry = after.IsTold() && (!wasTold || after.left < deed.before.left);
     const bool neverTells = !wasTold && after.state == State::Untold;
-    if (hasLostATry || neverTells)
+    if (hasLostATry || neverTells) {
         return Wrong(*deed.presented, after, code);
+    }
     return after.state == State::Untold ? Lost(deed, Contact::Answers, code)
                                         : Unjudged(deed, after, code);
 }
@@ -124,8 +128,9 @@ Outcome JudgeAtSecret(const Deed& deed, const Tries& after, long code)
 Outcome JudgeUnsent(const Deed& deed, long code)
 {
     const ExitStatus status = MeaningOf(code).status;
-    if (status == ExitStatus::Refused || status == ExitStatus::OtherCard)
+    if (status == ExitStatus::Refused || status == ExitStatus::OtherCard) {
         return ExplainedOutcome(code);
+    }
     const Contact contact = ContactWith(deed.reader);
     return contact == Contact::Answers ? ExplainedOutcome(code)
                                        : ContactOutcome(contact, deed.reader, code);
@@ -135,8 +140,9 @@ Outcome JudgeUnsent(const Deed& deed, long code)
 // the new one arrived; once it does not, the new one may have been taken, or the card was reset.
 Outcome JudgeAtNewValue(const Deed& deed, const Tries& after, long code)
 {
-    if (after.state != Tries::State::AlreadyVerified)
+    if (after.state != Tries::State::AlreadyVerified) {
         return Lost(deed, Contact::Answers, code);
+    }
     Outcome outcome = ExplainedOutcome(code);
     outcome.advice =
         std::string("To make sure which value is in force: pindesk verify ") + deed.presented->word;
@@ -170,15 +176,18 @@ Outcome JudgeStage(const Deed& deed, const Tries& after, long code)
 
 Outcome Judge(const Deed& deed, long code)
 {
-    if (MeaningOf(code).stage == Stage::NothingSent)
+    if (MeaningOf(code).stage == Stage::NothingSent) {
         return JudgeUnsent(deed, code);
+    }
     CCardQuery card(deed.reader);
-    if (card.State() != Contact::Answers)
+    if (card.State() != Contact::Answers) {
         return Lost(deed, card.State(), code);
+    }
     const Secret& asked = deed.presented != nullptr ? *deed.presented : DsPin();
     const Tries after = card.Ask(asked);
-    if (after.state == Tries::State::Lost)
+    if (after.state == Tries::State::Lost) {
         return Lost(deed, card.WhySilent(), code);
+    }
     return JudgeStage(deed, after, code);
 }
 

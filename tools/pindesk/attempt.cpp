@@ -24,19 +24,21 @@ void ReadChecked(const CSource& source, const Secret& secret, bool isNew, CSecre
     const std::string title = std::string(isNew ? "new " : "") + secret.title;
     source.Read({title, LengthText(limits), isNew}, value);
     const auto length = static_cast<int>(value.size());
-    if (length < limits.min || length > limits.max)
+    if (length < limits.min || length > limits.max) {
         throw CFailure(ExitStatus::Refused, "A " + std::string(secret.title) + " has " +
                                                 LengthText(limits) +
                                                 ". Nothing was sent to the card.");
+    }
 }
 
 void CheckSources(const Options& options, const Secret& presented)
 {
     const std::string& other = presented.isPuk ? options.pinFrom : options.pukFrom;
-    if (!other.empty())
+    if (!other.empty()) {
         throw CFailure(ExitStatus::Usage, std::string("The value of the ") + presented.title +
                                               " comes from " +
                                               (presented.isPuk ? "--puk-from." : "--pin-from."));
+    }
 }
 
 const Secret& Checked(const Options& options, const Secret& presented)
@@ -54,8 +56,9 @@ std::array<Limits, SECRET_COUNT> ReportedLimits(long slot, char* serial)
     const long code =
         CNS_DS_GetPinLimit(slot, serial, &cnsPin.min, &cnsPin.max, &cnsPuk.min, &cnsPuk.max,
                            &dsPin.min, &dsPin.max, &dsPuk.min, &dsPuk.max);
-    if (code != result::OK)
+    if (code != result::OK) {
         throw CFailure(ExplainedOutcome(code));
+    }
     return limits;
 }
 
@@ -74,11 +77,13 @@ CChosenCard::CChosenCard(const Options& options)
 Tries AskTries(const Reader& reader, const Secret& secret)
 {
     CCardQuery card(reader.name);
-    if (card.State() != Contact::Answers)
+    if (card.State() != Contact::Answers) {
         throw CFailure(ContactOutcome(card.State(), reader.name, std::nullopt));
+    }
     const Tries tries = card.Ask(secret);
-    if (tries.state == Tries::State::Lost)
+    if (tries.state == Tries::State::Lost) {
         throw CFailure(ContactOutcome(card.WhySilent(), reader.name, std::nullopt));
+    }
     return tries;
 }
 
@@ -118,13 +123,15 @@ void CAttempt::Guard(const Tries& tries) const
         refusal.advice = "To use that try all the same, add --use-last-try.";
         throw CFailure(refusal);
     }
-    if (tries.state == State::Untold)
+    if (tries.state == State::Untold) {
         Note(m_options, "The card does not tell how many tries the " +
                             std::string(m_presented.title) + " has left.");
-    if (m_presented.isPuk)
+    }
+    if (m_presented.isPuk) {
         Note(m_options, "Every wrong " + std::string(m_presented.title) +
                             " costs a try. A blocked PUK can never be brought back: with its PIN "
                             "blocked too, the card has to be replaced.");
+    }
 }
 
 void CAttempt::Read(const Secret& secret, CSecretInput& value) const
@@ -139,10 +146,11 @@ void CAttempt::ReadNew(const Secret& secret, CSecretInput& value) const
 
 Outcome CAttempt::Conclude(long code, const std::string& done, bool isChange) const
 {
-    if (code != result::OK)
+    if (code != result::OK) {
         return Judge(
             {m_card.InReader().name, &m_presented, m_before, m_isProtected, isChange, m_doubt},
             code);
+    }
     Outcome outcome;
     outcome.message = done;
     outcome.code = code;

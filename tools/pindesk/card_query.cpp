@@ -56,17 +56,22 @@ bool IsNoAnswer(long lResult)
 
 Tries Understand(long lResult)
 {
-    if (IsNoAnswer(lResult))
+    if (IsNoAnswer(lResult)) {
         return {};
+    }
     const auto word = static_cast<std::uint16_t>(lResult == 0 ? 0x9000 : lResult);
-    if (lResult == 0)
+    if (lResult == 0) {
         return {Tries::State::AlreadyVerified, 0, word};
-    if (lResult == sw::BLOCKED || lResult == sw::TRIES_LEFT)
+    }
+    if (lResult == sw::BLOCKED || lResult == sw::TRIES_LEFT) {
         return {Tries::State::Blocked, 0, word};
-    if (lResult == sw::DEACTIVATED)
+    }
+    if (lResult == sw::DEACTIVATED) {
         return {Tries::State::Deactivated, 0, word};
-    if ((lResult & sw::TRIES_MASK) == sw::TRIES_LEFT)
+    }
+    if ((lResult & sw::TRIES_MASK) == sw::TRIES_LEFT) {
         return {Tries::State::Left, static_cast<int>(lResult & ~sw::TRIES_MASK), word};
+    }
     return {Tries::State::Untold, 0, word};
 }
 
@@ -75,10 +80,11 @@ Tries Understand(long lResult)
 CCardQuery::CCardQuery(const std::string& reader) : m_reader(reader)
 {
     const LONG established = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &m_hContext);
-    if (established == SCARD_S_SUCCESS)
+    if (established == SCARD_S_SUCCESS) {
         m_contact = ContactFor(Connect());
-    else
+    } else {
         m_hContext = 0;
+    }
 }
 
 LONG CCardQuery::Connect()
@@ -87,13 +93,15 @@ LONG CCardQuery::Connect()
     DWORD dwProtocol = 0;
     const LONG connected = SCardConnect(m_hContext, m_reader.c_str(), SCARD_SHARE_SHARED,
                                         SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1, &hCard, &dwProtocol);
-    if (connected != SCARD_S_SUCCESS)
+    if (connected != SCARD_S_SUCCESS) {
         return connected;
+    }
     m_card.reset(new CSCardZentaris34(m_hContext, m_reader.data()));
     m_card->Attach(hCard);
     const LONG begun = SCardBeginTransaction(hCard);
-    if (begun != SCARD_S_SUCCESS)
+    if (begun != SCARD_S_SUCCESS) {
         return begun;
+    }
     m_transaction = std::make_unique<CTransact>();
     m_transaction->m_hCard = hCard;
     return SCARD_S_SUCCESS;
@@ -108,8 +116,9 @@ void CCardQuery::Close()
 {
     m_transaction.reset();
     m_card.reset();
-    if (m_hContext != 0)
+    if (m_hContext != 0) {
         SCardReleaseContext(m_hContext);
+    }
     m_hContext = 0;
 }
 
@@ -123,21 +132,25 @@ Contact CCardQuery::WhySilent()
 long CCardQuery::SelectHome(const Secret& secret)
 {
     const long lResult = m_card->SelectEx(MF, nullptr, eFidDF);
-    if (lResult != 0 || !secret.isSignature)
+    if (lResult != 0 || !secret.isSignature) {
         return lResult;
+    }
     const auto fid = static_cast<WORD>(SettingValue("SETTING_CNS_DS_DF_ROOT"));
     return m_card->SelectEx(fid, nullptr, eFidDF);
 }
 
 Tries CCardQuery::Ask(const Secret& secret)
 {
-    if (m_contact != Contact::Answers)
+    if (m_contact != Contact::Answers) {
         return {};
+    }
     const long selected = SelectHome(secret);
-    if (IsNoAnswer(selected))
+    if (IsNoAnswer(selected)) {
         return {};
-    if (selected != 0) // a card without that application
+    }
+    if (selected != 0) { // a card without that application
         return {Tries::State::Untold, 0, static_cast<std::uint16_t>(selected)};
+    }
     const auto reference = static_cast<CK_BYTE>(SettingValue(secret.setting));
     return Understand(m_card->Verify(reference, nullptr, 0));
 }

@@ -124,8 +124,9 @@ const CodeMeaning* FindCode(long code)
 
 const CodeMeaning& MeaningOf(long code)
 {
-    if (code > 0)
+    if (code > 0) {
         return NO_SERIAL;
+    }
     const CodeMeaning* const found = FindCode(code);
     return found == nullptr ? UNKNOWN_CODE : *found;
 }
@@ -138,8 +139,9 @@ Outcome ExplainedOutcome(long code)
     outcome.message = meaning.meaning;
     outcome.advice = meaning.advice;
     outcome.code = code;
-    if (code > 0)
+    if (code > 0) {
         outcome.statusWord = static_cast<std::uint16_t>(code);
+    }
     return outcome;
 }
 

@@ -36,19 +36,21 @@ void ReadDigits(const CSource& source, const char* title, bool isNew, CSecretInp
     source.Read({title, "up to 8 digits", isNew}, value);
     const bool isNumber = std::all_of(value.data(), value.data() + value.size(),
                                       [](unsigned char c) { return std::isdigit(c) != 0; });
-    if (!isNumber || value.size() > MAX_DIGITS)
+    if (!isNumber || value.size() > MAX_DIGITS) {
         throw CFailure(ExitStatus::Refused, std::string("The ") + title +
                                                 " of such a card has up to 8 digits and nothing "
                                                 "else. Nothing was sent to the card.");
+    }
 }
 
 Outcome JudgeUnblock(const Reader& reader, long code)
 {
     const Contact contact = ContactWith(reader.name);
     const bool wasSent = code == result::READER_FAILED;
-    if (!wasSent)
+    if (!wasSent) {
         return contact == Contact::Answers ? ExplainedOutcome(code)
                                            : ContactOutcome(contact, reader.name, code);
+    }
     Outcome outcome;
     outcome.code = code;
     outcome.status = ExitStatus::CardRefused;
@@ -78,8 +80,9 @@ Outcome UnblockOtherFamily(const Options& options)
     ReadDigits(pukSource, "PUK", false, puk);
     ReadDigits(pinSource, "new PIN", true, pin);
     const long code = family->unblock(reader.slot, puk.c_str(), pin.c_str());
-    if (code != result::OK)
+    if (code != result::OK) {
         return JudgeUnblock(reader, code);
+    }
     Outcome outcome;
     outcome.message = family->done;
     outcome.code = code;

@@ -30,10 +30,12 @@ bool ReadAll(int fd, Content& content)
 {
     while (content.cb < content.ab.size()) {
         const ssize_t got = read(fd, &content.ab.at(content.cb), content.ab.size() - content.cb);
-        if (got < 0)
+        if (got < 0) {
             return false;
-        if (got == 0)
+        }
+        if (got == 0) {
             return true;
+        }
         content.cb += static_cast<std::size_t>(got);
     }
     return true;
@@ -42,8 +44,9 @@ bool ReadAll(int fd, Content& content)
 std::size_t WithoutLineEnd(const Content& content)
 {
     std::size_t cb = content.cb;
-    while (cb > 0 && (content.ab.at(cb - 1) == '\n' || content.ab.at(cb - 1) == '\r'))
+    while (cb > 0 && (content.ab.at(cb - 1) == '\n' || content.ab.at(cb - 1) == '\r')) {
         --cb;
+    }
     return cb;
 }
 
@@ -57,42 +60,49 @@ unsigned char DigitValue(unsigned char digit)
 
 CTdesKey::CTdesKey(const std::string& path)
 {
-    if (path.empty())
+    if (path.empty()) {
         return;
+    }
     const CPrivateFile file(path);
     Content content;
     m_isGiven =
         ReadAll(file.Fd(), content) && (TakeRaw(content.ab.data(), content.cb) ||
                                         TakeHex(content.ab.data(), WithoutLineEnd(content)));
-    if (!m_isGiven)
+    if (!m_isGiven) {
         throw CFailure(
             ExitStatus::Refused,
             "The file " + path +
                 " does not hold a Triple-DES key. Nothing was sent to "
                 "the card.",
             "A key is 24 bytes (or 16, used as K1 K2 K1), raw or as hexadecimal digits.");
+    }
 }
 
 bool CTdesKey::TakeRaw(const unsigned char* pb, std::size_t cb)
 {
-    if (cb != SIZE && cb != TWO_KEYS)
+    if (cb != SIZE && cb != TWO_KEYS) {
         return false;
+    }
     std::copy_n(pb, cb, m_ab.begin());
-    if (cb == TWO_KEYS)
+    if (cb == TWO_KEYS) {
         std::copy_n(pb, SIZE - TWO_KEYS, m_ab.begin() + TWO_KEYS);
+    }
     return true;
 }
 
 bool CTdesKey::TakeHex(const unsigned char* pb, std::size_t cb)
 {
-    if (cb % 2 != 0 || cb > 2 * SIZE)
+    if (cb % 2 != 0 || cb > 2 * SIZE) {
         return false;
-    if (!std::all_of(pb, pb + cb, [](unsigned char digit) { return std::isxdigit(digit) != 0; }))
+    }
+    if (!std::all_of(pb, pb + cb, [](unsigned char digit) { return std::isxdigit(digit) != 0; })) {
         return false;
+    }
     Content raw;
-    for (; raw.cb < cb / 2; ++raw.cb)
+    for (; raw.cb < cb / 2; ++raw.cb) {
         raw.ab.at(raw.cb) = static_cast<unsigned char>(DigitValue(pb[2 * raw.cb]) << 4 |
                                                        DigitValue(pb[2 * raw.cb + 1]));
+    }
     return TakeRaw(raw.ab.data(), raw.cb);
 }
 

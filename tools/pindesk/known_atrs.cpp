@@ -32,8 +32,9 @@ constexpr AtrPattern kPatterns[] = {
 const char* KnownAtr(const std::string& atr)
 {
     for (const AtrPattern& pattern : kPatterns) {
-        if (PCSC_AtrCmp(atr.c_str(), pattern.atr, pattern.mask) == 0)
+        if (PCSC_AtrCmp(atr.c_str(), pattern.atr, pattern.mask) == 0) {
             return pattern.name;
+        }
     }
     return nullptr;
 }

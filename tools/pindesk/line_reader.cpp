@@ -15,23 +15,30 @@ LineEnd ReadRaw(int fd, CSecretInput& line, const std::function<bool()>& awaitIn
 {
     bool hasInput = false;
     for (;;) {
-        if (awaitInput && !awaitInput())
+        if (awaitInput && !awaitInput()) {
             return LineEnd::Interrupted;
+        }
         unsigned char b = 0;
         const ssize_t got = read(fd, &b, 1);
-        if (got < 0 && errno == EINTR)
+        if (got < 0 && errno == EINTR) {
             continue;
-        if (got < 0)
+        }
+        if (got < 0) {
             return LineEnd::Failed;
-        if (got == 0)
+        }
+        if (got == 0) {
             return hasInput ? LineEnd::Complete : LineEnd::NoInput;
-        if (b == '\n')
+        }
+        if (b == '\n') {
             return LineEnd::Complete;
-        if (b == 0)
+        }
+        if (b == 0) {
             return LineEnd::Nul;
+        }
         hasInput = true;
-        if (!line.Append(b))
+        if (!line.Append(b)) {
             return LineEnd::TooLong;
+        }
     }
 }
 
@@ -41,10 +48,11 @@ LineEnd ReadLine(int fd, CSecretInput& line, const std::function<bool()>& awaitI
 {
     line.Wipe();
     const LineEnd end = ReadRaw(fd, line, awaitInput);
-    if (end != LineEnd::Complete)
+    if (end != LineEnd::Complete) {
         line.Wipe();
-    else if (!line.empty() && line.back() == '\r')
+    } else if (!line.empty() && line.back() == '\r') {
         line.DropLast();
+    }
     return end;
 }
 

@@ -25,8 +25,9 @@ namespace {
 void FillStandardDescriptors()
 {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-        if (fcntl(fd, F_GETFD) < 0 && errno == EBADF)
+        if (fcntl(fd, F_GETFD) < 0 && errno == EBADF) {
             open("/dev/null", O_RDWR | O_NOCTTY); // takes the lowest free number, which is fd
+        }
     }
 }
 
@@ -57,8 +58,9 @@ int Run(int argc, char** argv)
     Options options;
     options.isJson = WantsJson(argc, argv);
     try {
-        if (!ParseCommandLine(argc, argv, options))
+        if (!ParseCommandLine(argc, argv, options)) {
             return static_cast<int>(ExitStatus::Done);
+        }
         ApplySettings(options.settings);
         return Report(options, options.verb->run(options));
     } catch (const CFailure& failure) {

@@ -33,8 +33,9 @@ bool IsOneOf(const std::string& word, const std::string& words)
 {
     std::istringstream list(words);
     for (std::string candidate; std::getline(list, candidate, '|');) {
-        if (candidate == word)
+        if (candidate == word) {
             return true;
+        }
     }
     return false;
 }
@@ -77,35 +78,40 @@ void AddVerb(CLI::App& app, const Verb& verb, Options& options)
     command->fallthrough();
     command->footer(std::string("Example: ") + verb.example + "\nCommon options: pindesk --help");
     command->callback([&options, &verb] { options.verb = &verb; });
-    if (verb.targets != nullptr)
+    if (verb.targets != nullptr) {
         command->add_option("what", options.target, ListOf(verb.targets))->option_text(" ");
+    }
     const auto addSource = [&](bool isAsked, const char* name, std::string& value,
                                const char* what) {
-        if (isAsked)
+        if (isAsked) {
             command->add_option(name, value, what)->option_text("SOURCE");
+        }
     };
     addSource(verb.asksPin, "--pin-from", options.pinFrom,
               "Where the PIN comes from: prompt, stdin, fd:N, env:NAME, file:PATH");
     addSource(verb.asksPuk, "--puk-from", options.pukFrom, "Where the PUK comes from, likewise");
     addSource(verb.asksNew, "--new-from", options.newFrom, "Where the new value comes from");
-    if (verb.run == UnblockPin)
+    if (verb.run == UnblockPin) {
         command->add_option("--family", options.family, "Another card: starcos or m4-1111")
             ->option_text("FAMILY");
+    }
 }
 
 std::string Verbs()
 {
     std::string names;
-    for (const Verb& verb : kVerbs)
+    for (const Verb& verb : kVerbs) {
         names += std::string(names.empty() ? "" : ", ") + verb.name;
+    }
     return names;
 }
 
 std::string Examples()
 {
     std::string text = "Examples:\n";
-    for (const Verb& verb : kVerbs)
+    for (const Verb& verb : kVerbs) {
         text += std::string("  ") + verb.example + "\n";
+    }
     return text + "Secrets come from a prompt or, without a terminal, from standard input, one "
                   "line each.";
 }
@@ -119,8 +125,9 @@ std::string UnknownOption(const std::vector<std::string>& extras)
                             std::all_of(name.begin(), name.end(), [](unsigned char c) {
                                 return std::islower(c) != 0 || c == '-';
                             });
-        if (isName)
+        if (isName) {
             return name;
+        }
     }
     return {};
 }
@@ -128,8 +135,9 @@ std::string UnknownOption(const std::vector<std::string>& extras)
 void RefuseExtras(std::vector<std::string> extras)
 {
     std::erase(extras, "--"); // the end of the options is no argument
-    if (extras.empty())
+    if (extras.empty()) {
         return;
+    }
     const std::string option = UnknownOption(extras);
     RefuseUsage(option.empty() ? "There are more arguments than this verb takes."
                                : "There is no option " + option + " here.",
@@ -140,33 +148,39 @@ void CheckVerb(const Options& options)
 {
     const std::string targets = options.verb->targets == nullptr ? "" : options.verb->targets;
     const bool isFree = targets.empty() || targets == "CODE";
-    if (isFree || (options.target.empty() && !options.family.empty()))
+    if (isFree || (options.target.empty() && !options.family.empty())) {
         return;
-    if (!IsOneOf(options.target, targets))
+    }
+    if (!IsOneOf(options.target, targets)) {
         RefuseUsage(std::string("pindesk ") + options.verb->name +
                         " takes one of these words: " + ListOf(targets) + ".",
                     options.target.empty() ? "" : WHY_NO_SECRETS);
+    }
 }
 
 void CheckValues(const Options& options)
 {
-    if (!options.serial.empty() && options.serial.size() != SERIAL_LENGTH)
+    if (!options.serial.empty() && options.serial.size() != SERIAL_LENGTH) {
         RefuseUsage("A serial number has 16 characters.");
-    if (!options.family.empty() && !IsOneOf(options.family, "starcos|m4-1111"))
+    }
+    if (!options.family.empty() && !IsOneOf(options.family, "starcos|m4-1111")) {
         RefuseUsage("--family takes starcos or m4-1111.");
+    }
 }
 
 void TakeWait(const std::string& wait, Options& options)
 {
-    if (wait.empty())
+    if (wait.empty()) {
         return;
+    }
     long seconds = 0;
-    if (wait == "forever")
+    if (wait == "forever") {
         options.wait = std::chrono::seconds::max();
-    else if (CLI::detail::lexical_cast(wait, seconds) && seconds >= 0 && seconds <= 86400)
+    } else if (CLI::detail::lexical_cast(wait, seconds) && seconds >= 0 && seconds <= 86400) {
         options.wait = std::chrono::seconds(seconds);
-    else
+    } else {
         RefuseUsage("--wait takes a number of seconds, 86400 at most: --wait=30.");
+    }
 }
 
 } // namespace
@@ -180,8 +194,9 @@ bool ParseCommandLine(int argc, char** argv, Options& options)
     app.require_subcommand(0, 1);
     std::string wait;
     AddCommonOptions(app, options, wait);
-    for (const Verb& verb : kVerbs)
+    for (const Verb& verb : kVerbs) {
         AddVerb(app, verb, options);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) { // help or version
@@ -190,8 +205,9 @@ bool ParseCommandLine(int argc, char** argv, Options& options)
     } catch (const CLI::ParseError& error) {
         RefuseUsage(error.what());
     }
-    if (options.verb == nullptr)
+    if (options.verb == nullptr) {
         RefuseUsage("A verb is missing. The verbs are: " + Verbs() + ".");
+    }
     RefuseExtras(app.remaining(true));
     CheckVerb(options);
     CheckValues(options);

@@ -17,10 +17,11 @@ namespace tool {
 CPrivateFile::CPrivateFile(const std::string& path)
     : m_fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK))
 {
-    if (m_fd < 0)
+    if (m_fd < 0) {
         throw CFailure(ExitStatus::Refused, "The file " + path +
                                                 " cannot be opened: " + std::strerror(errno) +
                                                 ". Nothing was sent to the card.");
+    }
     try {
         CheckOwner(path);
     } catch (...) {
@@ -37,17 +38,20 @@ CPrivateFile::~CPrivateFile()
 void CPrivateFile::CheckOwner(const std::string& path) const
 {
     struct stat info = {};
-    if (fstat(m_fd, &info) != 0 || !S_ISREG(info.st_mode))
+    if (fstat(m_fd, &info) != 0 || !S_ISREG(info.st_mode)) {
         throw CFailure(ExitStatus::Refused, path + " is not a file. Nothing was sent to the card.");
-    if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+    }
+    if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         throw CFailure(ExitStatus::Refused,
                        "The file " + path +
                            " is open to other users. Nothing was sent to the card.",
                        "Close it with: chmod 600 " + path);
-    if (info.st_uid != geteuid() && info.st_uid != 0)
+    }
+    if (info.st_uid != geteuid() && info.st_uid != 0) {
         throw CFailure(ExitStatus::Refused, "The file " + path +
                                                 " belongs to another user. Nothing was sent to the "
                                                 "card.");
+    }
 }
 
 } // namespace tool

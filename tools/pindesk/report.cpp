@@ -33,8 +33,9 @@ void PrintJson(const Options& options, const Outcome& outcome)
         {"message", outcome.message},
         {"advice", outcome.advice},
     };
-    if (outcome.statusWord)
+    if (outcome.statusWord) {
         object["status_word"] = StatusWordText(*outcome.statusWord);
+    }
     object.update(outcome.fields);
     // Reader names and serial numbers are bytes that a device chose.
     std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
@@ -43,42 +44,48 @@ void PrintJson(const Options& options, const Outcome& outcome)
 std::string Parenthesis(const Outcome& outcome)
 {
     std::string text;
-    if (outcome.code)
+    if (outcome.code) {
         text = "result code " + std::to_string(*outcome.code);
-    if (outcome.statusWord)
+    }
+    if (outcome.statusWord) {
         text += (text.empty() ? "status word " : ", status word ") +
                 StatusWordText(*outcome.statusWord);
+    }
     return text.empty() ? "" : " (" + text + ")";
 }
 
 void PrintFailure(const Outcome& outcome)
 {
     std::cerr << "pindesk: " << outcome.message;
-    if (!outcome.advice.empty())
+    if (!outcome.advice.empty()) {
         std::cerr << '\n' << outcome.advice;
+    }
     std::cerr << Parenthesis(outcome) << '\n';
 }
 
 void PrintSuccess(const Options& options, const Outcome& outcome)
 {
     std::cout << outcome.output;
-    if (!outcome.message.empty() && !options.isQuiet)
+    if (!outcome.message.empty() && !options.isQuiet) {
         std::cout << outcome.message << '\n';
+    }
 }
 
 } // namespace
 
 int Report(const Options& options, const Outcome& outcome)
 {
-    if (options.isJson)
+    if (options.isJson) {
         PrintJson(options, outcome);
-    else if (outcome.status == ExitStatus::Done)
+    } else if (outcome.status == ExitStatus::Done) {
         PrintSuccess(options, outcome);
-    else
+    } else {
         PrintFailure(outcome);
+    }
     const bool isWritten = static_cast<bool>(std::cout.flush());
-    if (isWritten)
+    if (isWritten) {
         return static_cast<int>(outcome.status);
+    }
     std::cerr << "pindesk: standard output cannot be written.\n";
     return static_cast<int>(outcome.status == ExitStatus::Done ? ExitStatus::InternalError
                                                                : outcome.status);
@@ -86,8 +93,9 @@ int Report(const Options& options, const Outcome& outcome)
 
 void Note(const Options& options, const std::string& text)
 {
-    if (!options.isQuiet)
+    if (!options.isQuiet) {
         std::cerr << text << '\n';
+    }
 }
 
 } // namespace tool

@@ -31,8 +31,9 @@ public:
     /// False, and unchanged, when there is no room for one more byte.
     [[nodiscard]] bool Append(unsigned char b)
     {
-        if (m_cb == CAPACITY)
+        if (m_cb == CAPACITY) {
             return false;
+        }
         m_ab[m_cb++] = b;
         return true;
     }

@@ -51,8 +51,9 @@ const Secret& SecretNamed(const std::string& word)
 {
     const auto found = std::find_if(kSecrets.begin(), kSecrets.end(),
                                     [&](const Secret& secret) { return word == secret.word; });
-    if (found == kSecrets.end())
+    if (found == kSecrets.end()) {
         throw std::logic_error("no such secret");
+    }
     return *found;
 }
 

@@ -50,8 +50,9 @@ Setting* Find(const std::string& name)
 std::string Names()
 {
     std::string names;
-    for (const Setting& setting : g_settings)
+    for (const Setting& setting : g_settings) {
         names += std::string(" ") + setting.name;
+    }
     return names;
 }
 
@@ -69,17 +70,20 @@ void Apply(const std::string& assignment)
 {
     const std::size_t equals = assignment.find('=');
     const std::string name = assignment.substr(0, equals);
-    if (equals == std::string::npos)
+    if (equals == std::string::npos) {
         throw CFailure(ExitStatus::Usage, "--set takes NAME=VALUE.");
+    }
     Setting* const setting = Find(name);
-    if (setting == nullptr)
+    if (setting == nullptr) {
         throw CFailure(ExitStatus::Usage, "There is no setting " + name + ".",
                        "The settings are:" + Names());
+    }
     long value = 0;
-    if (!ToNumber(assignment.substr(equals + 1), value) || value < 1 || value > setting->max)
+    if (!ToNumber(assignment.substr(equals + 1), value) || value < 1 || value > setting->max) {
         throw CFailure(ExitStatus::Usage, "--set " + name + " takes a number from 1 to " +
                                               std::to_string(setting->max) +
                                               ", decimal or hexadecimal after 0x.");
+    }
     setting->value = value;
     PINDESK_ChangeSetting(setting->name, value);
 }
@@ -89,15 +93,17 @@ void Apply(const std::string& assignment)
 void ApplySettings(const std::vector<std::string>& assignments)
 {
     PINDESK_ChangeSetting("SETTING_TRY_GUARD", 1);
-    for (const std::string& assignment : assignments)
+    for (const std::string& assignment : assignments) {
         Apply(assignment);
+    }
 }
 
 long SettingValue(const std::string& name)
 {
     const Setting* const setting = Find(name);
-    if (setting == nullptr)
+    if (setting == nullptr) {
         throw std::logic_error("no such setting");
+    }
     return setting->value;
 }
 

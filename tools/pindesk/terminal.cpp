@@ -29,8 +29,9 @@ public:
     CTerminal() : m_fd(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
     ~CTerminal()
     {
-        if (m_fd >= 0)
+        if (m_fd >= 0) {
             close(m_fd);
+        }
     }
     CTerminal(const CTerminal&) = delete;
     CTerminal& operator=(const CTerminal&) = delete;
@@ -53,21 +54,24 @@ public:
         g_signal = 0;
         sigset_t blocked;
         sigemptyset(&blocked);
-        for (const int signal : kSignals)
+        for (const int signal : kSignals) {
             sigaddset(&blocked, signal);
+        }
         sigprocmask(SIG_BLOCK, &blocked, &m_maskBefore);
         struct sigaction remember = {};
         remember.sa_handler = Remember;
         for (std::size_t i = 0; i < kSignals.size(); ++i) {
             sigaction(kSignals[i], nullptr, &m_before[i]);
-            if (m_before[i].sa_handler != SIG_IGN)
+            if (m_before[i].sa_handler != SIG_IGN) {
                 sigaction(kSignals[i], &remember, nullptr);
+            }
         }
     }
     ~CSignalScope()
     {
-        for (std::size_t i = 0; i < kSignals.size(); ++i)
+        for (std::size_t i = 0; i < kSignals.size(); ++i) {
             sigaction(kSignals[i], &m_before[i], nullptr);
+        }
         sigprocmask(SIG_SETMASK, &m_maskBefore, nullptr);
     }
 
@@ -76,8 +80,9 @@ public:
     {
         pollfd source = {fd, POLLIN, 0};
         while (g_signal == 0) {
-            if (ppoll(&source, 1, nullptr, &m_maskBefore) >= 0 || errno != EINTR)
+            if (ppoll(&source, 1, nullptr, &m_maskBefore) >= 0 || errno != EINTR) {
                 return true;
+            }
         }
         return false;
     }
@@ -97,16 +102,18 @@ public:
     CEchoScope(int fd, Echo echo) : m_fd(fd)
     {
         m_isChanged = echo == Echo::Off && tcgetattr(fd, &m_before) == 0;
-        if (!m_isChanged)
+        if (!m_isChanged) {
             return;
+        }
         termios quiet = m_before;
         quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL);
         tcsetattr(fd, TCSAFLUSH, &quiet);
     }
     ~CEchoScope()
     {
-        if (m_isChanged)
+        if (m_isChanged) {
             tcsetattr(m_fd, TCSAFLUSH, &m_before); // what else was typed is not for the shell
+        }
     }
     CEchoScope(const CEchoScope&) = delete;
     CEchoScope& operator=(const CEchoScope&) = delete;
@@ -125,8 +132,9 @@ LineEnd AskOnce(const CTerminal& terminal, const std::string& question, Echo ech
     terminal.Say(question);
     const LineEnd end =
         ReadLine(terminal.Fd(), answer, [&] { return signals.AwaitInput(terminal.Fd()); });
-    if (echo == Echo::Off)
+    if (echo == Echo::Off) {
         terminal.Say("\n");
+    }
     return end;
 }
 
@@ -135,12 +143,14 @@ LineEnd AskOnce(const CTerminal& terminal, const std::string& question, Echo ech
 LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer)
 {
     const CTerminal terminal;
-    if (terminal.Fd() < 0)
+    if (terminal.Fd() < 0) {
         return LineEnd::Failed;
+    }
     for (;;) {
         const LineEnd end = AskOnce(terminal, question, echo, answer);
-        if (g_signal == 0)
+        if (g_signal == 0) {
             return end;
+        }
         answer.Wipe();
         raise(g_signal); // comes back only when it stopped the program and somebody continued it
     }
@@ -149,8 +159,9 @@ LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answ
 void SayAtTerminal(const std::string& line)
 {
     const CTerminal terminal;
-    if (terminal.Fd() >= 0)
+    if (terminal.Fd() >= 0) {
         terminal.Say(line + "\n");
+    }
 }
 
 } // namespace tool

@@ -110,8 +110,9 @@ Outcome ShowSerial(const Options& options)
         return outcome;
     }
     const Contact contact = ContactWith(reader.name);
-    if (contact != Contact::Answers)
+    if (contact != Contact::Answers) {
         return ContactOutcome(contact, reader.name, code);
+    }
     return ExplainedOutcome(code);
 }
 
@@ -119,14 +120,16 @@ Outcome ShowStatus(const Options& options)
 {
     const Reader reader = LocateCard(options);
     CCardQuery card(reader.name);
-    if (card.State() != Contact::Answers)
+    if (card.State() != Contact::Answers) {
         return ContactOutcome(card.State(), reader.name, std::nullopt);
+    }
     Outcome outcome;
     outcome.fields = {{"slot", reader.slot}, {"reader", reader.name}, {"secrets", Json::array()}};
     for (const Secret& secret : kSecrets) {
         const Tries tries = card.Ask(secret);
-        if (tries.state == Tries::State::Lost)
+        if (tries.state == Tries::State::Lost) {
             return ContactOutcome(card.WhySilent(), reader.name, std::nullopt);
+        }
         outcome.output += Padded(secret.title, 9) + StateText(secret, tries) + "\n";
         outcome.fields["secrets"].push_back(
             {{"name", secret.word},
@@ -157,8 +160,9 @@ Outcome IdentifyCard(const Options& options)
     const Reader reader = LocateCard(options);
     long type = layout::UNKNOWN;
     const long code = PCSC_GetFSType(reader.slot, &type);
-    if (code < 0)
+    if (code < 0) {
         return ContactOutcome(CCardQuery(reader.name).WhySilent(), reader.name, code);
+    }
     const char* const match = KnownAtr(reader.atr);
     Outcome outcome;
     outcome.output = "layout     " + std::to_string(type) + ": " + LayoutText(type) +

@@ -62,8 +62,9 @@ bool ToNumber(const std::string& text, int base, long& number)
 bool ToResultCode(const std::string& text, long& code)
 {
     const std::string digits = text.compare(0, 1, "-") == 0 ? text.substr(1) : text;
-    if (digits.size() > 3 || !ToNumber(digits, 10, code) || code < 0)
+    if (digits.size() > 3 || !ToNumber(digits, 10, code) || code < 0) {
         return false;
+    }
     code = -code;
     return true;
 }
@@ -75,8 +76,9 @@ bool ToStatusWord(const std::string& text, long& word)
     const bool hasPrefix = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
     const std::string digits = hasPrefix ? text.substr(2) : text;
     const int base = digits.size() == 5 && !hasPrefix ? 10 : 16;
-    if (digits.size() < 4 || digits.size() > 5 || !ToNumber(digits, base, word))
+    if (digits.size() < 4 || digits.size() > 5 || !ToNumber(digits, base, word)) {
         return false;
+    }
     return word >= FIRST && word <= LAST;
 }
 
@@ -84,8 +86,9 @@ Outcome Explained(const std::string& name, const char* meaning, const char* advi
 {
     Outcome outcome;
     outcome.output = name + ": " + meaning + "\n";
-    if (*advice != '\0')
+    if (*advice != '\0') {
         outcome.output += std::string(advice) + "\n";
+    }
     outcome.fields = {{"meaning", meaning}, {"what_to_do", advice}};
     return outcome;
 }

@@ -77,8 +77,9 @@ Outcome ChangeSecret(const Options& options)
 
 Outcome UnblockPin(const Options& options)
 {
-    if (!options.family.empty())
+    if (!options.family.empty()) {
         return UnblockOtherFamily(options);
+    }
     const bool isCns = options.target == "cns";
     const Secret& puk = isCns ? CnsPuk() : DsPuk();
     const Secret& pin = isCns ? CnsPin() : DsPin();

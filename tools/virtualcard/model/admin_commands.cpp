@@ -47,8 +47,9 @@ void TakeConditions(SSecurityObject& object, const CDataObjects& body)
     Require(pSm == nullptr || pSm->value.size() == object_sm::COUNT, sw::WRONG_DATA);
 
     object.abAccess = Copy(conditions);
-    if (pSm != nullptr)
+    if (pSm != nullptr) {
         object.abSm = Copy(pSm->value);
+    }
 }
 
 SSecurityObject ObjectFromBody(const SCardImage& image, const CDataObjects& body)
@@ -68,8 +69,9 @@ SSecurityObject ObjectFromBody(const SCardImage& image, const CDataObjects& body
     const bool bCounted =
         object.Kind() == EObjectKind::ePin || object.Kind() == EObjectKind::eAuthKey;
     Require(object.bId != 0 && (!bCounted || object.MaxTries() > 0), sw::WRONG_DATA);
-    if (!value.empty())
+    if (!value.empty()) {
         SetValue(image, object, value);
+    }
     return object;
 }
 
@@ -96,8 +98,9 @@ void PutObject(SMachine& card, const Bytes& data)
 SFile& NamedFile(const CSession& session, const SCommand& command)
 {
     constexpr std::uint8_t DF = 0x01, EF = 0x02, BY_FID = 0x0C;
-    if (command.P1P2() == 0)
+    if (command.P1P2() == 0) {
         return session.CurrentFile();
+    }
     Require((command.bP1 == DF || command.bP1 == EF) && command.bP2 == BY_FID, sw::WRONG_P1P2);
     Require(command.abData.size() == 2, sw::WRONG_LENGTH);
     SFile* pFile = session.Df().Child(Word(command.abData[0], command.abData[1]));
@@ -196,8 +199,9 @@ SAnswer DeleteFile(SMachine& card, const SCommand& command)
     Require(pFile != nullptr, sw::FILE_NOT_FOUND);
     RequireIssuerAccess(card.session, pFile->abAccess[file_access::REMOVE]);
 
-    if (&card.session.CurrentFile() == pFile)
+    if (&card.session.CurrentFile() == pFile) {
         card.session.DeselectEf();
+    }
     df.children.remove_if([pFile](const SFile& file) { return &file == pFile; });
     return {};
 }

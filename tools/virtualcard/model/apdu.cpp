@@ -28,8 +28,9 @@ SCommand ParseCommand(ByteView apdu)
     command.bIns = apdu[1];
     command.bP1 = apdu[2];
     command.bP2 = apdu[3];
-    if (apdu.size() == HEADER)
+    if (apdu.size() == HEADER) {
         return command;
+    }
 
     const std::uint8_t bP3 = apdu[HEADER];
     const ByteView body = apdu.subspan(HEADER + 1);
@@ -41,8 +42,9 @@ SCommand ParseCommand(ByteView apdu)
     Require(bP3 != 0 && body.size() >= bP3, sw::WRONG_LENGTH);
     command.abData = Copy(body.first(bP3));
     const ByteView rest = body.subspan(bP3);
-    if (rest.size() == 1)
+    if (rest.size() == 1) {
         SetLe(command, rest[0]);
+    }
     if (rest.size() > 1) {
         Require(std::all_of(rest.begin(), rest.end(), [](auto b) { return b == 0; }),
                 sw::WRONG_LENGTH);

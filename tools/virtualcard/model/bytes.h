@@ -43,8 +43,9 @@ inline std::uint8_t Low(std::size_t w)
 /// The bytes without the filler at their end.
 inline Bytes StripTrailing(Bytes bytes, std::uint8_t bFiller)
 {
-    while (!bytes.empty() && bytes.back() == bFiller)
+    while (!bytes.empty() && bytes.back() == bFiller) {
         bytes.pop_back();
+    }
     return bytes;
 }
 

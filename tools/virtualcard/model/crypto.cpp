@@ -17,14 +17,16 @@ namespace {
 
 void Check(int iResult)
 {
-    if (iResult != 1)
+    if (iResult != 1) {
         throw std::runtime_error("libcrypto failed");
+    }
 }
 
 Bytes Des3Cbc(const Bytes& key, const Bytes& iv, ByteView data, bool bEncrypt)
 {
-    if (key.size() != DES3_KEY || data.size() % DES_BLOCK != 0)
+    if (key.size() != DES3_KEY || data.size() % DES_BLOCK != 0) {
         throw std::invalid_argument("Triple-DES wants 24 key bytes and whole blocks");
+    }
     const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> pContext(
         EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
     Check(EVP_CipherInit_ex(pContext.get(), EVP_des_ede3_cbc(), nullptr, key.data(), iv.data(),
@@ -79,8 +81,9 @@ Bytes RetailMac(const Bytes& key, const Bytes& message)
     const Bytes padded = PadZeros(message.empty() ? Bytes(DES_BLOCK) : message);
     const ByteView all(padded), last = all.last(DES_BLOCK);
     Bytes single;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         Append(single, ByteView(key).first(DES_BLOCK));
+    }
 
     // All blocks but the last under K1 alone, the last one under K1, K2 and K3.
     Bytes chain = ZERO_IV;

@@ -55,8 +55,9 @@ const SRow& FindRow(const SCommand& command)
     const auto bSameCla = [&](const SRow& row) { return row.bCla == command.bCla; };
     const auto it = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
                                  [&](const SRow& row) { return bSameCla(row) && bSameIns(row); });
-    if (it != std::end(COMMANDS))
+    if (it != std::end(COMMANDS)) {
         return *it;
+    }
     const bool bKnownCla = std::any_of(std::begin(COMMANDS), std::end(COMMANDS), bSameCla);
     const bool bKnownIns = std::any_of(std::begin(COMMANDS), std::end(COMMANDS), bSameIns);
     throw SRefusal(bKnownCla && !bKnownIns ? sw::UNKNOWN_INS : sw::UNKNOWN_CLA);
@@ -75,16 +76,18 @@ SAnswer Execute(SMachine& card, const SCommand& command)
 /// same: terminals of this card leave Le out where the standard asks for it.
 SAnswer WithinLe(const SCommand& command, SAnswer answer)
 {
-    if (!command.bExactLe || answer.abData.size() <= command.cbLe)
+    if (!command.bExactLe || answer.abData.size() <= command.cbLe) {
         return answer;
+    }
     return {{}, static_cast<std::uint16_t>(sw::WRONG_LE | Low(answer.abData.size()))};
 }
 
 SAnswer ExecuteAny(SMachine& card, ByteView apdu)
 {
     const SCommand command = ParseCommand(apdu);
-    if (command.bCla != cla::PROTECTED)
+    if (command.bCla != cla::PROTECTED) {
         return WithinLe(command, Execute(card, command));
+    }
     const SOpened opened = OpenCommand(card.session, command);
     return SealAnswer(opened, Execute(card, opened.command));
 }

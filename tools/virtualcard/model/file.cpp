@@ -72,8 +72,9 @@ Bytes Describe(const SFile& file)
     AppendObject(body, tag::PARAMETERS,
                  Bytes{file.bFlags, High(file.wBodySize), Low(file.wBodySize)});
     AppendObject(body, tag::ACCESS, file.abAccess);
-    if (!file.abSm.empty())
+    if (!file.abSm.empty()) {
         AppendObject(body, tag::SM_CONDITIONS, file.abSm);
+    }
 
     Bytes fci;
     AppendObject(fci, tag::TEMPLATE, body);
@@ -98,8 +99,9 @@ SFile FileFromDescriptor(ByteView body)
     file.wBodySize = Word(parameters[1], parameters[2]);
     Require(file.wFid != FID_MF && (file.bRecordSize != 0 || !HasFixedRecords(file.type)),
             sw::WRONG_DATA);
-    if (file.IsTransparent())
+    if (file.IsTransparent()) {
         file.abBody.resize(file.wSize);
+    }
     RewriteConditions(file, body);
     return file;
 }
@@ -113,8 +115,9 @@ void RewriteConditions(SFile& file, ByteView body)
     Require(pSm == nullptr || pSm->value.size() == file_access::SM_COUNT, sw::WRONG_DATA);
 
     std::copy_n(conditions.begin(), file_access::COUNT, file.abAccess.begin());
-    if (pSm != nullptr)
+    if (pSm != nullptr) {
         file.abSm = Copy(pSm->value);
+    }
 }
 
 } // namespace vcard

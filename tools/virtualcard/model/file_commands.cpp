@@ -31,8 +31,9 @@ std::vector<std::uint16_t> Fids(const Bytes& data)
 {
     Require(!data.empty() && data.size() % 2 == 0, sw::WRONG_LENGTH);
     std::vector<std::uint16_t> fids;
-    for (std::size_t i = 0; i < data.size(); i += 2)
+    for (std::size_t i = 0; i < data.size(); i += 2) {
         fids.push_back(Word(data[i], data[i + 1]));
+    }
     return fids;
 }
 
@@ -66,13 +67,15 @@ Path FromDf(const CSession& session, const Bytes& data)
 Path ByFid(const CSession& session, const Bytes& data)
 {
     Require(data.empty() || data.size() == 2, sw::WRONG_LENGTH);
-    if (data.empty() || Fids(data).front() == FID_MF)
+    if (data.empty() || Fids(data).front() == FID_MF) {
         return {&session.Mf()};
+    }
     const std::uint16_t wFid = Fids(data).front();
     Path path = session.Path();
     if (path.back()->Child(wFid) == nullptr && path.size() > 1) {
-        if (path.back()->wFid == wFid)
+        if (path.back()->wFid == wFid) {
             return path;
+        }
         path.pop_back();
     }
     return Descend(path, std::span(&wFid, 1));
@@ -133,12 +136,14 @@ SAnswer Select(SMachine& card, const SCommand& command)
     Require(bWithFci || command.bP2 == p2::NO_DATA, sw::WRONG_P1P2);
     Path path = Resolve(card.session, command);
     SFile& file = *path.back();
-    if (!file.IsDf())
+    if (!file.IsDf()) {
         path.pop_back();
+    }
 
     card.session.SelectDf(std::move(path));
-    if (!file.IsDf())
+    if (!file.IsDf()) {
         card.session.SelectEf(file);
+    }
     return bWithFci ? SAnswer(Describe(file)) : SAnswer();
 }
 
@@ -174,9 +179,11 @@ SAnswer ListFiles(SMachine& card, const SCommand& command)
     constexpr std::size_t PAGE = 16;         // entries an answer; its last one tells where to go on
     Require(command.bP1 <= ALL, sw::WRONG_P1P2);
     std::vector<const SFile*> wanted;
-    for (const SFile& file : card.session.Df().children)
-        if (command.bP1 == ALL || file.IsDf() == (command.bP1 == DFS))
+    for (const SFile& file : card.session.Df().children) {
+        if (command.bP1 == ALL || file.IsDf() == (command.bP1 == DFS)) {
             wanted.push_back(&file);
+        }
+    }
 
     const std::size_t first = command.bP2;
     Require(first == 0 || first < wanted.size(), sw::RECORD_NOT_FOUND);
@@ -186,8 +193,9 @@ SAnswer ListFiles(SMachine& card, const SCommand& command)
         Bytes entry;
         AppendObject(entry, tag::DESCRIPTOR, Bytes{static_cast<std::uint8_t>(wanted[i]->type)});
         AppendObject(entry, tag::ACCESS, Bytes{High(wanted[i]->wFid), Low(wanted[i]->wFid)});
-        if (i + 1 == end && end < wanted.size() && end <= 0xFF)
+        if (i + 1 == end && end < wanted.size() && end <= 0xFF) {
             AppendObject(entry, tag::NEXT, Bytes{Low(end)});
+        }
         AppendObject(listing, tag::TEMPLATE, entry);
     }
     return listing;

@@ -52,8 +52,9 @@ struct SRefusal : std::exception {
 /// Refuses with the status word unless the condition holds.
 inline void Require(bool bCondition, std::uint16_t wStatus)
 {
-    if (!bCondition)
+    if (!bCondition) {
         throw SRefusal(wStatus);
+    }
 }
 
 } // namespace vcard

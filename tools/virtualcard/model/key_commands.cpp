@@ -91,8 +91,9 @@ SAnswer Decipher(SMachine& card, const SCommand& command, const Bytes& keyBlock)
 
 void RequireLoadable(const CSession& session, const SSecurityObject& key, std::size_t position)
 {
-    if (!session.IsCreated(key))
+    if (!session.IsCreated(key)) {
         RequireAccess(session, key.abAccess[position]);
+    }
 }
 
 void SetKey(CSession& session, SSecurityObject& key, const Bytes& keyBlock)

@@ -34,18 +34,22 @@ const SProfile& FindProfile(const std::string& strName)
     const auto it =
         std::find_if(std::begin(PROFILES), std::end(PROFILES),
                      [&](const SProfile& profile) { return profile.szName == strName; });
-    if (it == std::end(PROFILES))
+    if (it == std::end(PROFILES)) {
         throw std::invalid_argument("unknown profile \"" + strName + "\"");
+    }
     return *it;
 }
 
 std::string CheckedSerial(const std::string& strSerial)
 {
-    if (strSerial.empty())
+    if (strSerial.empty()) {
         return OWN_SERIAL;
+    }
     const auto bPrintable = [](char c) { return c >= 0x20 && c <= 0x7E; };
-    if (strSerial.size() != SERIAL || !std::all_of(strSerial.begin(), strSerial.end(), bPrintable))
+    if (strSerial.size() != SERIAL ||
+        !std::all_of(strSerial.begin(), strSerial.end(), bPrintable)) {
         throw std::invalid_argument("a serial number has 16 printable characters");
+    }
     return strSerial;
 }
 
@@ -53,14 +57,17 @@ void ApplyToObjects(SFile& df, const SCardImage& image, bool bRequireSm)
 {
     const bool bProtect = bRequireSm && df.wFid == FID_DS;
     for (SSecurityObject& object : df.objects) {
-        if (object.Kind() != EObjectKind::ePin)
+        if (object.Kind() != EObjectKind::ePin) {
             continue;
+        }
         object.abValue = StoredPin(image, object.abValue);
-        if (bProtect)
+        if (bProtect) {
             std::fill_n(object.abSm.begin(), object_sm::UNBLOCK + 2, SM_KEY_ID);
+        }
     }
-    for (SFile& child : df.children)
+    for (SFile& child : df.children) {
         ApplyToObjects(child, image, bRequireSm);
+    }
 }
 
 } // namespace
@@ -68,8 +75,9 @@ void ApplyToObjects(SFile& df, const SCardImage& image, bool bRequireSm)
 std::vector<std::string> ProfileNames()
 {
     std::vector<std::string> names;
-    for (const SProfile& profile : PROFILES)
+    for (const SProfile& profile : PROFILES) {
         names.emplace_back(profile.szName);
+    }
     return names;
 }
 

@@ -98,8 +98,9 @@ void BuildCns(SCardImage& image, const std::string& strSerial)
 
 void BuildGdo(SCardImage& image, const std::string& strSerial)
 {
-    if (!IsBcd(strSerial))
+    if (!IsBcd(strSerial)) {
         throw std::invalid_argument("this profile keeps its serial number as 16 BCD digits");
+    }
     BuildCns(image, strSerial);
     image.mf.children.pop_front(); // the identity DF
 }

@@ -28,8 +28,9 @@ using Number = std::unique_ptr<BIGNUM, SFree>;
 
 void Check(bool bDone)
 {
-    if (!bDone)
+    if (!bDone) {
         throw std::runtime_error("libcrypto failed");
+    }
 }
 
 Number FromBytes(ByteView bytes)
@@ -134,20 +135,24 @@ Bytes Parameter(EVP_PKEY* pKey, const char* szName, std::size_t cb)
 
 std::size_t RsaModulusSize(ByteView keyBlock)
 {
-    for (const std::size_t cbModulus : {128U, 256U})
-        if (keyBlock.size() == NUMBERS * cbModulus / 2 + EXPONENT_BYTES)
+    for (const std::size_t cbModulus : {128U, 256U}) {
+        if (keyBlock.size() == NUMBERS * cbModulus / 2 + EXPONENT_BYTES) {
             return cbModulus;
+        }
+    }
     return 0;
 }
 
 bool IsSoundKeyBlock(ByteView keyBlock)
 {
-    if (RsaModulusSize(keyBlock) == 0)
+    if (RsaModulusSize(keyBlock) == 0) {
         return false;
+    }
     const SCrtKey key(keyBlock);
     if (BN_is_odd(key.p.get()) == 0 || BN_is_odd(key.q.get()) == 0 || BN_is_one(key.p.get()) != 0 ||
-        BN_is_one(key.q.get()) != 0)
+        BN_is_one(key.q.get()) != 0) {
         return false;
+    }
     const CArithmetic calculate;
     const auto bInverse = [&](const Number& a, const Number& b, const Number& m) {
         return BN_is_one(calculate.MultiplyMod(a, b, m).get()) != 0;
@@ -206,8 +211,9 @@ Bytes GenerateRsaKey(std::uint16_t wBits, ByteView exponent)
     Bytes keyBlock;
     for (const char* szName : {OSSL_PKEY_PARAM_RSA_FACTOR1, OSSL_PKEY_PARAM_RSA_FACTOR2,
                                OSSL_PKEY_PARAM_RSA_COEFFICIENT1, OSSL_PKEY_PARAM_RSA_EXPONENT1,
-                               OSSL_PKEY_PARAM_RSA_EXPONENT2})
+                               OSSL_PKEY_PARAM_RSA_EXPONENT2}) {
         Append(keyBlock, Parameter(pKey.get(), szName, wBits / 16U));
+    }
     Append(keyBlock, Parameter(pKey.get(), OSSL_PKEY_PARAM_RSA_E, EXPONENT_BYTES));
     return keyBlock;
 }

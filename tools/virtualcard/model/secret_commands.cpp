@@ -32,8 +32,9 @@ void TakeNewValue(SMachine& card, SSecurityObject& object, ByteView value)
 void ChangeAlone(SMachine& card, SSecurityObject& object, ByteView value)
 {
     Require(object.bActive, sw::DEACTIVATED);
-    if (!card.session.IsCreated(object))
+    if (!card.session.IsCreated(object)) {
         RequireAccess(card.session, object.abAccess[object_access::CHANGE]);
+    }
     TakeNewValue(card, object, value);
     card.session.Forget(object); // the new value has yet to be proved
 }
@@ -66,8 +67,9 @@ SAnswer TellTries(const CSession& session, const SSecurityObject& object)
 {
     Require(object.bActive, sw::DEACTIVATED);
     Require(object.bTriesLeft > 0, sw::BLOCKED);
-    if (session.IsVerified(object))
+    if (session.IsVerified(object)) {
         return {};
+    }
     return {{}, static_cast<std::uint16_t>(sw::WRONG_SECRET | object.bTriesLeft)};
 }
 
@@ -77,8 +79,9 @@ SAnswer Verify(SMachine& card, const SCommand& command)
 {
     Require(command.bP1 == 0, sw::WRONG_P1P2);
     SSecurityObject& object = card.session.Object(command.bP2, {EObjectKind::ePin});
-    if (command.abData.empty())
+    if (command.abData.empty()) {
         return TellTries(card.session, object);
+    }
     RequireProtection(command, object, object_sm::USE);
     RequireAccess(card.session, object.abAccess[object_access::USE]);
     Present(card.session, object, command.abData);

@@ -50,10 +50,12 @@ Bytes CommandChecksum(const Bytes& key, const Bytes& challenge, const Bytes& hea
 std::uint8_t CheckedClass(const Bytes& key, const Bytes& challenge, const SCommand& envelope,
                           const SDataObject& cryptogram, const SDataObject& checksum)
 {
-    for (const std::uint8_t bCla : {cla::ISO, cla::CARD, cla::CARD_KEY, cla::CARD_RSA})
-        if (SecretsEqual(checksum.value,
-                         CommandChecksum(key, challenge, Header(envelope, bCla), cryptogram.whole)))
+    for (const std::uint8_t bCla : {cla::ISO, cla::CARD, cla::CARD_KEY, cla::CARD_RSA}) {
+        if (SecretsEqual(checksum.value, CommandChecksum(key, challenge, Header(envelope, bCla),
+                                                         cryptogram.whole))) {
             return bCla;
+        }
+    }
     throw SRefusal(sw::SM_OBJECTS_WRONG);
 }
 
@@ -89,8 +91,9 @@ SOpened OpenCommand(CSession& session, const SCommand& envelope)
 
 SAnswer SealAnswer(const SOpened& opened, const SAnswer& answer)
 {
-    if (answer.abData.empty())
+    if (answer.abData.empty()) {
         return answer;
+    }
     Require(answer.abData.size() <= MAX_SEALED_DATA, sw::WRONG_LENGTH);
 
     Bytes cryptogram = {ISO_PADDING};

@@ -11,10 +11,12 @@ namespace vcard {
 
 EObjectKind SSecurityObject::Kind() const
 {
-    if ((bClass & object_class::RSA) != 0)
+    if ((bClass & object_class::RSA) != 0) {
         return EObjectKind::eRsaKey;
-    if ((bClass & object_class::SM) != 0)
+    }
+    if ((bClass & object_class::SM) != 0) {
         return EObjectKind::eSmKey;
+    }
     return abParameters[parameter::ALGORITHM] == parameter::ALGORITHM_PIN ? EObjectKind::ePin
                                                                           : EObjectKind::eAuthKey;
 }

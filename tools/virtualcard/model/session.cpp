@@ -38,10 +38,12 @@ SFile& CSession::Ef() const
 void CSession::SelectDf(std::vector<SFile*> path)
 {
     for (const SFile* pLeft : m_path) {
-        if (std::find(path.begin(), path.end(), pLeft) != path.end())
+        if (std::find(path.begin(), path.end(), pLeft) != path.end()) {
             continue;
-        for (const SSecurityObject& object : pLeft->objects)
+        }
+        for (const SSecurityObject& object : pLeft->objects) {
             Forget(object);
+        }
     }
     m_path = std::move(path);
     m_pEf = nullptr;
@@ -51,25 +53,31 @@ SSecurityObject& CSession::Object(std::uint8_t bReference,
                                   std::initializer_list<EObjectKind> kinds) const
 {
     const bool bLocal = (bReference & REFERENCE_LOCAL) != 0;
-    for (SFile* pDf : bLocal ? NearestFirst(m_path) : m_path)
-        if (SSecurityObject* pObject = FindIn(*pDf, bReference & REFERENCE_MASK, kinds))
+    for (SFile* pDf : bLocal ? NearestFirst(m_path) : m_path) {
+        if (SSecurityObject* pObject = FindIn(*pDf, bReference & REFERENCE_MASK, kinds)) {
             return *pObject;
+        }
+    }
     throw SRefusal(sw::OBJECT_NOT_FOUND);
 }
 
 SSecurityObject& CSession::Nearest(EObjectKind kind, std::uint16_t wRefusal) const
 {
-    for (SFile* pDf : NearestFirst(m_path))
-        for (SSecurityObject& object : pDf->objects)
-            if (object.Kind() == kind)
+    for (SFile* pDf : NearestFirst(m_path)) {
+        for (SSecurityObject& object : pDf->objects) {
+            if (object.Kind() == kind) {
                 return object;
+            }
+        }
+    }
     throw SRefusal(wRefusal);
 }
 
 bool CSession::Allows(std::uint8_t bAccess) const
 {
-    if (bAccess == access::ALWAYS || bAccess == access::NEVER)
+    if (bAccess == access::ALWAYS || bAccess == access::NEVER) {
         return bAccess == access::ALWAYS;
+    }
     const std::uint8_t bId = bAccess & REFERENCE_MASK;
     return std::any_of(m_path.begin(), m_path.end(), [&](SFile* pDf) {
         const SSecurityObject* pObject =

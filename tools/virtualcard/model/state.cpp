@@ -19,8 +19,9 @@ constexpr int MAX_DEPTH = 8; // of DFs
 
 void Check(bool bCondition, const std::string& strWhat)
 {
-    if (!bCondition)
+    if (!bCondition) {
         throw std::invalid_argument("card state: " + strWhat);
+    }
 }
 
 json ToJson(const SSecurityObject& object)
@@ -53,12 +54,15 @@ json ToJson(const SFile& file)
                    {"records", json::array()},
                    {"objects", json::array()},
                    {"children", json::array()}};
-    for (const Bytes& record : file.records)
+    for (const Bytes& record : file.records) {
         result["records"].push_back(ToHex(record));
-    for (const SSecurityObject& object : file.objects)
+    }
+    for (const SSecurityObject& object : file.objects) {
         result["objects"].push_back(ToJson(object));
-    for (const SFile& child : file.children)
+    }
+    for (const SFile& child : file.children) {
         result["children"].push_back(ToJson(child));
+    }
     return result;
 }
 
@@ -102,15 +106,17 @@ SSecurityObject ObjectFrom(const json& from)
 void CheckFile(const SFile& file)
 {
     std::vector<std::uint16_t> fids;
-    for (const SFile& child : file.children)
+    for (const SFile& child : file.children) {
         fids.push_back(child.wFid);
+    }
     std::sort(fids.begin(), fids.end());
     Check(std::adjacent_find(fids.begin(), fids.end()) == fids.end(), "two files of one name");
     Check(file.IsDf() || (file.children.empty() && file.objects.empty()), "an EF with children");
     Check(!file.IsTransparent() || file.abBody.size() == file.wSize, "a body of a wrong size");
     Check(!HasFixedRecords(file.type) || file.bRecordSize != 0, "records without a size");
-    for (const Bytes& record : file.records)
+    for (const Bytes& record : file.records) {
         Check(!record.empty() && record.size() <= 0xFF, "a record of a wrong size");
+    }
     Check(file.records.size() <= 0xFF, "too many records");
 }
 
@@ -131,12 +137,15 @@ SFile FileFrom(const json& from, int iDepth)
     file.abSm = HexOf(from, "sm", {0, file_access::SM_COUNT});
     file.bActive = from.at("active").get<bool>();
     file.abBody = HexOf(from, "body", {});
-    for (const json& record : from.at("records"))
+    for (const json& record : from.at("records")) {
         file.records.push_back(FromHex(record.get<std::string>()));
-    for (const json& object : from.at("objects"))
+    }
+    for (const json& object : from.at("objects")) {
         file.objects.push_back(ObjectFrom(object));
-    for (const json& child : from.at("children"))
+    }
+    for (const json& child : from.at("children")) {
         file.children.push_back(FileFrom(child, iDepth - 1));
+    }
     CheckFile(file);
     return file;
 }
@@ -144,8 +153,9 @@ SFile FileFrom(const json& from, int iDepth)
 void Count(const SFile& df, json& counters)
 {
     for (const SSecurityObject& object : df.objects) {
-        if (object.Kind() != EObjectKind::ePin && object.Kind() != EObjectKind::eAuthKey)
+        if (object.Kind() != EObjectKind::ePin && object.Kind() != EObjectKind::eAuthKey) {
             continue;
+        }
         const std::string strName =
             counters.contains(object.strName)
                 ? ToHex(Bytes{High(df.wFid), Low(df.wFid)}) + "/" + object.strName
@@ -154,8 +164,9 @@ void Count(const SFile& df, json& counters)
                              {"new_values", object.cNewValues},
                              {"tries_left", object.bTriesLeft}};
     }
-    for (const SFile& child : df.children)
+    for (const SFile& child : df.children) {
         Count(child, counters);
+    }
 }
 
 } // namespace

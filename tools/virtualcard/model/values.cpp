@@ -28,8 +28,9 @@ Bytes NewDes3Key(ByteView value)
 {
     Require(value.size() == 8 || value.size() == 16 || value.size() == DES3_KEY, sw::WRONG_LENGTH);
     Bytes key;
-    for (std::size_t i = 0; i < DES3_KEY; ++i)
+    for (std::size_t i = 0; i < DES3_KEY; ++i) {
         key.push_back(value[i % value.size()]);
+    }
     return key;
 }
 
@@ -38,8 +39,9 @@ Bytes NewDes3Key(ByteView value)
 Bytes StoredPin(const SCardImage& image, Bytes pin)
 {
     pin = StripTrailing(std::move(pin), FILLER);
-    if (!image.bUnpadded)
+    if (!image.bUnpadded) {
         pin.resize(MAX_PIN, FILLER);
+    }
     return pin;
 }
 
