@@ -77,6 +77,15 @@ constexpr std::uint8_t TOTAL_SIZE = 0x81, NEXT = 0x8A;
 constexpr std::uint8_t OBJECT = 0x6E; ///< security object, in PUT DATA
 } // namespace tag
 
+/// What the sessions answer by themselves, beside _M4_errorcodes.
+namespace session {
+constexpr long INVALID = -1;          ///< no valid card is bound
+constexpr long MISSING_ARGUMENT = -1; ///< a required argument is null or empty
+constexpr long NOT_SUPPORTED = -1;    ///< another card family's command
+constexpr long WRONG_ANSWER = -1;     ///< the card's answer is none of the possible ones
+constexpr long BAD_ARGUMENTS = 7;     ///< the PKCS#11 code, in the base session alone
+} // namespace session
+
 /// A short command under construction, in a buffer of fixed size that wipes itself.
 ///
 /// Data keeps Lc right (its low byte: one administration command of this family carries more than
@@ -85,6 +94,8 @@ class CCommandApdu {
 public:
     static constexpr std::size_t HEADER = 5;
     static constexpr std::size_t CAPACITY = HEADER + 1019;
+    /// What callers may put into a short command.
+    static constexpr CK_BYTE MAX_DATA = 251;
 
     CCommandApdu(std::uint8_t bCla, std::uint8_t bIns, std::uint8_t bP1, std::uint8_t bP2)
         : m_ab{bCla, bIns, bP1, bP2}

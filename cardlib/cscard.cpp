@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
-constexpr long kBadArguments = 7; // the PKCS#11 code
 constexpr useconds_t kRetryPause = 50000;
 constexpr WORD kKnownDFs[] = {0x0000, 0x1111, 0x1112, 0xDF01, 0x1FFF, 0x2FFF};
 
@@ -152,10 +150,10 @@ long CSCard::Transmit(CK_BYTE_PTR pbSendBuffer, DWORD cbSendLength, CK_BYTE_PTR 
                       DWORD* pcbRecvLength)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (cbSendLength > sizeof m_pbLastSendBuffer) {
-        return kBadArguments;
+        return session::BAD_ARGUMENTS;
     }
     const auto send = [&](const CK_BYTE* pb, DWORD cb) {
         *pcbRecvLength = CResponseApdu::MAX;
@@ -198,7 +196,7 @@ long CSCard::Send(CCommandApdu& command, CResponseApdu& response)
 long CSCard::SelectEx(WORD fid, DWORD* len, int fidType)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     CResponseApdu response(255);
     CCommandApdu command(cla::ISO, ins::SELECT, p1::SELECT_MF,
@@ -242,7 +240,7 @@ void CSCard::TrackSelection(WORD fid, int fidType)
 long CSCard::PathSelect(CK_BYTE* path, CK_ULONG ulFidsInPath, CK_BBOOL isDF)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     CK_BYTE mf[] = {0x3F, 0x00};
     if (path == nullptr || ulFidsInPath == 0) {
@@ -263,7 +261,8 @@ long CSCard::PathSelect(CK_BYTE* path, CK_ULONG ulFidsInPath, CK_BBOOL isDF)
 long CSCard::PathSelectWORD(WORD* path, CK_ULONG ulFidsInPath, CK_BBOOL isDF)
 {
     const CPathBytes bytes(path, ulFidsInPath);
-    return bytes.data() == nullptr ? kBadArguments : PathSelect(bytes.data(), bytes.Fids(), isDF);
+    return bytes.data() == nullptr ? session::BAD_ARGUMENTS
+                                   : PathSelect(bytes.data(), bytes.Fids(), isDF);
 }
 
 long CSCard::ForceSelectCurrentEF()
@@ -292,7 +291,7 @@ void CSCard::StoreInCache(CK_ULONG ulOffset, CK_ULONG ulLen, const CK_BYTE* pDat
 long CSCard::ReadBinary(WORD Offset, WORD l, CK_BYTE_PTR pBuffer)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (ReadCurrentFromCache(Offset, l, pBuffer)) {
         return 0;
@@ -328,10 +327,10 @@ long CSCard::ReadBinaryFromCacheOnly(DFEF_Path EfFullPath, WORD Offset, WORD l, 
 long CSCard::UpdateBinary(const CK_BYTE* pData, CK_ULONG uDataLen, CK_ULONG ulOffset)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (pData == nullptr || uDataLen == 0) {
-        return kBadArguments;
+        return session::BAD_ARGUMENTS;
     }
     const auto send = [this](auto& command, auto& response) { return Send(command, response); };
     const long lResult = UpdateBinaryInPieces(send, pData, uDataLen, ulOffset);

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
 constexpr int kAttempts = 10;
 constexpr useconds_t kRetryPause = 50000;
 
@@ -107,7 +106,7 @@ long CSCardCardOSM4::Transmit2(const CK_BYTE* pbSendBuffer, DWORD cbSendLength,
                                CK_BYTE_PTR pbRecvBuffer, DWORD* pcbRecvLength)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     const DWORD cbCapacity = *pcbRecvLength;
     const int iAttempts = SendOnlyOnce(pbSendBuffer, cbSendLength) ? 1 : kAttempts;

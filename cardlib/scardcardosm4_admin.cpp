@@ -11,10 +11,6 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
-constexpr long kMissingArgument = -1;
-constexpr long kWrongLifeCycle = -1;
-constexpr long kWrongListing = -1;
 constexpr CK_BYTE kOperational = 0x10;
 constexpr CK_BYTE kAdministration = 0x20;
 constexpr CK_ULONG kMaxFileBody = 251;
@@ -63,7 +59,7 @@ long SListing::TakePage(CK_BYTE* pb, CK_ULONG cb)
         CK_BYTE* pbTemplate = nullptr;
         CK_ULONG cbTemplate = 0;
         if (pb[0] != tag::FCI || !TLV_Get(tag::FCI, pb, cb, &pbTemplate, &cbTemplate)) {
-            return kWrongListing;
+            return session::WRONG_ANSWER;
         }
         Take(pbTemplate, cbTemplate);
         pb = pbTemplate + cbTemplate;
@@ -99,7 +95,7 @@ long CSCardCardOSM4::SwitchToAdminLifeCycle()
     if (bLifeCycle == kAdministration) {
         return 0;
     }
-    return bLifeCycle == kOperational ? ToggleLifeCycle() : kWrongLifeCycle;
+    return bLifeCycle == kOperational ? ToggleLifeCycle() : session::WRONG_ANSWER;
 }
 
 long CSCardCardOSM4::RevertFromAdminLifeCycle()
@@ -119,7 +115,7 @@ long CSCardCardOSM4::RevertFromAdminLifeCycle()
 long CSCardCardOSM4::CreateFile(_M4_FileInfo_common* pFileInfo)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     if (SelectEx2(pFileInfo->fid, nullptr, FidTypeOf(pFileInfo->isDF()), 1) == 0) {
@@ -128,7 +124,7 @@ long CSCardCardOSM4::CreateFile(_M4_FileInfo_common* pFileInfo)
     std::array<CK_BYTE, kMaxFileBody> body{};
     CK_ULONG cbBody = body.size();
     if (pFileInfo->GetTLV(body.data(), &cbBody) != 0 || cbBody == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
     {
         const CAdminLifeCycle administration(*this);
@@ -152,7 +148,7 @@ long CSCardCardOSM4::CreateFile(_M4_FileInfo_common* pFileInfo)
 long CSCardCardOSM4::DeleteFile(WORD fid, CK_BBOOL bIsDF)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     long lResult = 0;
@@ -172,7 +168,7 @@ long CSCardCardOSM4::DeleteFile(WORD fid, CK_BBOOL bIsDF)
 long CSCardCardOSM4::ActivateFile(WORD fid, CK_BBOOL bActivate, CK_BBOOL bIsDF)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     const long lResult = SelectEx2(fid, nullptr, FidTypeOf(bIsDF), 1);
@@ -186,7 +182,7 @@ long CSCardCardOSM4::ActivateFile(WORD fid, CK_BBOOL bActivate, CK_BBOOL bIsDF)
 long CSCardCardOSM4::PutDataFCI(_M4_FileInfo_common* pInfo)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (pInfo->isDF()) {
         BringDFInLine();
@@ -217,7 +213,7 @@ long CSCardCardOSM4::AdminBSO(_M4_BSO_info* pBsoInfo, CK_BBOOL bUpdateSM)
 template <typename TWrite> long CSCardCardOSM4::PutBSO(TWrite write)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     // Two bytes beyond the announced capacity: one descriptor writes two more than it checks for.
@@ -235,7 +231,7 @@ long CSCardCardOSM4::ListFiles(WORD* pDFPath, CK_ULONG ulDFsInPath, _DirFileInfo
                                CK_ULONG* pulCount, eListFileMode ListMode)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (ppFiles == nullptr || pulCount == nullptr) {
         return eM4Error_invalid_args;
@@ -280,7 +276,7 @@ long CSCardCardOSM4::ListFiles(WORD* pDFPath, CK_ULONG ulDFsInPath, _DirFileInfo
 long CSCardCardOSM4::GetFreeMemory(eMemoryType MemoryType, WORD& size)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     CResponseApdu response;

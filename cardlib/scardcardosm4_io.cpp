@@ -10,12 +10,9 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
-constexpr long kMissingArgument = -1;
 constexpr std::uint8_t kFindByTag = 0x02;    // P2 of READ RECORD
 constexpr std::uint8_t kRecordNumber = 0x04; // P2 of READ RECORD
-constexpr CK_BYTE kMaxCommandData = 251;
-constexpr CK_BYTE kRecordHeader = 2; // tag and length of a record's own
+constexpr CK_BYTE kRecordHeader = 2;         // tag and length of a record's own
 
 WORD BigEndian(const CK_BYTE* pb)
 {
@@ -73,7 +70,7 @@ void FillFromFci(_M4_FileInfo_SM& fileInfo, CK_BYTE* pbFci, CK_ULONG cbFci)
 long CSCardCardOSM4::ReadBinary(WORD Offset, WORD l, CK_BYTE_PTR pBuffer)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (ReadCurrentFromCache(Offset, l, pBuffer)) {
         return 0;
@@ -90,7 +87,7 @@ long CSCardCardOSM4::ReadBinary(WORD Offset, WORD l, CK_BYTE_PTR pBuffer)
 long CSCardCardOSM4::UpdateBinary(const CK_BYTE* pData, CK_ULONG uDataLen, CK_ULONG ulOffset)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (pData == nullptr || uDataLen == 0) {
         return eM4Error_invalid_args;
@@ -108,10 +105,10 @@ long CSCardCardOSM4::ReadRecord(CK_BYTE access_mode, CK_BYTE rec, CK_BYTE_PTR pD
                                 CK_BYTE_PTR pcbData)
 {
     if (pData == nullptr || pcbData == nullptr || *pcbData == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringFileInLine();
     CResponseApdu response;
@@ -141,7 +138,7 @@ long CSCardCardOSM4::ReadRecordTLVStrip(CK_BYTE tag, CK_BYTE_PTR pData, CK_BYTE_
         return eM4Error_invalid_args;
     }
     if (pData == nullptr || *pcbData == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
     std::array<CK_BYTE, 256> record{};
     CK_BYTE cbRecord = *pcbData;
@@ -172,13 +169,13 @@ long CSCardCardOSM4::WriteRecord(CK_BYTE bIns, CK_BYTE bP1, CK_BYTE bP2, const C
                                  CK_BYTE cbData)
 {
     if (pData == nullptr || cbData == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
-    if (cbData > kMaxCommandData) {
+    if (cbData > CCommandApdu::MAX_DATA) {
         return eM4Error_invalid_args;
     }
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringFileInLine();
     return SendForStatus(CCommandApdu(cla::ISO, bIns, bP1, bP2).Data(pData, cbData));

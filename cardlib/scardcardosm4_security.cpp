@@ -10,13 +10,8 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
-constexpr long kMissingArgument = -1;
-constexpr long kNotSupported = -1;
-constexpr long kWrongAnswer = -1;
 constexpr CK_ULONG kChallenge = 8;
 constexpr CK_ULONG kSignature1024 = 128;
-constexpr CK_BYTE kMaxCommandData = 251;
 constexpr CK_BYTE kMaxDataToSign = 250;
 
 /// Hands an answer's data to a caller's buffer; null asks for the length.
@@ -61,9 +56,9 @@ void CSCardCardOSM4::RecordVerification(CK_BYTE kid, bool bVerified)
 long CSCardCardOSM4::Verify(CK_BYTE kid, const CK_BYTE* pPin, CK_BYTE pinLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
-    if (pinLen > kMaxCommandData) {
+    if (pinLen > CCommandApdu::MAX_DATA) {
         return eM4Error_invalid_args;
     }
     BringDFInLine();
@@ -89,14 +84,14 @@ long CSCardCardOSM4::ChangeReferenceData(CK_BYTE bsoId, CK_BYTE bsoClass, const 
                                          CK_BYTE cbOldDataLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (bsoId == 0 || pNewData == nullptr || cbNewDataLen == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
     const bool bOldGiven = pOldData != nullptr && cbOldDataLen != 0;
     const std::size_t cbOld = bOldGiven ? cbOldDataLen : 0;
-    if (cbOld + cbNewDataLen > kMaxCommandData) {
+    if (cbOld + cbNewDataLen > CCommandApdu::MAX_DATA) {
         return eM4Error_invalid_args;
     }
     BringDFInLine();
@@ -117,10 +112,10 @@ long CSCardCardOSM4::CRVerifyDes(CK_BYTE kid, const CK_BYTE* pKey, CK_ULONG ulKe
                                  CK_ULONG ulChallengeLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (pKey == nullptr || ulKeyLen == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
     CTdesKey key;
     const CK_ULONG cbChallenge = std::max(ulChallengeLen, kChallenge);
@@ -148,7 +143,7 @@ long CSCardCardOSM4::CRVerifyDes(CK_BYTE kid, const CK_BYTE* pKey, CK_ULONG ulKe
 long CSCardCardOSM4::ManageSecurityEnvironment(CK_BYTE kid, WORD mech, CK_BYTE /*AlgID*/)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     const bool bLocal = (kid & p2::LOCAL_REFERENCE) != 0;
@@ -165,7 +160,7 @@ long CSCardCardOSM4::LoadSecurityEnvironment(CK_BYTE seid, CK_BYTE CSE_Comp, CK_
 {
     enum { eRestoreOnly = 0, eRestoreThenSet = 1, eSetOnly = 2 };
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     if (iLoadMode == eRestoreOnly || iLoadMode == eRestoreThenSet) {
@@ -195,7 +190,7 @@ long CSCardCardOSM4::GetChallenge(CK_BYTE_PTR pChallenge, CK_ULONG_PTR pulChalle
         return lResult;
     }
     if (response.DataLength() != kChallenge) {
-        return kWrongAnswer;
+        return session::WRONG_ANSWER;
     }
     std::memcpy(pChallenge, response.data(), std::min(*pulChallenge, kChallenge));
     return 0;
@@ -217,7 +212,7 @@ long CSCardCardOSM4::InternalAuthenticate(WORD mode, CK_BYTE_PTR pDataIn, CK_ULO
                                           CK_BYTE_PTR pDataOut, CK_ULONG_PTR puDataOutLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     CResponseApdu response;
@@ -231,7 +226,7 @@ long CSCardCardOSM4::ComputeSignature(const CK_BYTE* pDataToSign, CK_BYTE DataTo
                                       CK_BYTE_PTR pSignature, CK_ULONG_PTR puSignatureLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     if (puSignatureLen == nullptr || DataToSignLen > kMaxDataToSign) {
@@ -258,10 +253,10 @@ long CSCardCardOSM4::EncDec(WORD mode, CK_BYTE_PTR pData, CK_BYTE DataLen,
                             CK_BYTE_PTR pDecryptedData, CK_ULONG_PTR pDecryptedDataLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     const bool bDecipher = mode == PSO_DECIPHER;
-    if (DataLen > (bDecipher ? kMaxCommandData - 1 : kMaxCommandData)) {
+    if (DataLen > (bDecipher ? CCommandApdu::MAX_DATA - 1 : CCommandApdu::MAX_DATA)) {
         return eM4Error_invalid_args;
     }
     BringDFInLine();
@@ -281,7 +276,7 @@ long CSCardCardOSM4::GenerateKeyPair(CK_BYTE BsoClass, CK_BYTE BsoId, WORD PubKe
                                      WORD PubKeyBits, CK_BYTE_PTR pPubExp, CK_ULONG ulPubExpLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     CCommandApdu command(cla::ISO, ins::GENERATE_KEY_PAIR, 0x00, 0x00);
@@ -299,21 +294,21 @@ long CSCardCardOSM4::GenerateKeyPair(CK_BYTE BsoClass, CK_BYTE BsoId, WORD PubKe
 
 long CSCardCardOSM4::ExtendBSO(CK_BYTE, CK_BYTE, CK_ULONG)
 {
-    return kNotSupported;
+    return session::NOT_SUPPORTED;
 }
 
 long CSCardCardOSM4::ComputeSignature2048(const CK_BYTE*, CK_BYTE, CK_BYTE_PTR, CK_ULONG_PTR)
 {
-    return kNotSupported;
+    return session::NOT_SUPPORTED;
 }
 
 long CSCardCardOSM4::EncDec2048(WORD, CK_BYTE_PTR, CK_ULONG, CK_BYTE_PTR, CK_ULONG_PTR)
 {
-    return kNotSupported;
+    return session::NOT_SUPPORTED;
 }
 
 long CSCardCardOSM4::CreateRsa2048Key(_M4_BSO_info*, CK_BYTE_PTR, CK_BYTE_PTR, CK_BYTE_PTR,
                                       CK_BYTE_PTR, CK_BYTE_PTR, CK_BYTE_PTR)
 {
-    return kNotSupported;
+    return session::NOT_SUPPORTED;
 }

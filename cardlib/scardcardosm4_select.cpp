@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
 constexpr CK_ULONG kMaxFidsInCommand = 125; // 250 bytes of path
 
 std::uint8_t SelectMode(WORD fid)
@@ -43,7 +42,7 @@ long CSCardCardOSM4::SelectEx(WORD fid, DWORD* len, int fidType)
 long CSCardCardOSM4::SelectEx2(WORD fid, DWORD* len, int fidType, CK_BBOOL bUncached)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (fidType != eFidDF && fidType != eFidEF) {
         return eM4Error_invalid_args;
@@ -139,7 +138,7 @@ long CSCardCardOSM4::PathSelect2(CK_BYTE* path, CK_ULONG ulFidsInPath, CK_BBOOL 
                                  CK_BBOOL bUncached)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     CK_BYTE pMF[] = {0x3F, 0x00};
     if (path == nullptr || ulFidsInPath == 0) {

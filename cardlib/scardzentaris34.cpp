@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
-constexpr long kMissingArgument = -1;
-constexpr CK_BYTE kMaxCommandData = 251;
 constexpr CK_BYTE kClassKey = 0x20; // a key whose value may carry a two-byte header
 constexpr CK_BYTE kClassAnyKey = 0x20 | 0x10;
 constexpr CK_BYTE kKeyWithHeader = 0x82;
@@ -66,12 +63,12 @@ long CSCardZentaris34::ChangeKeyData(CK_BYTE bsoId, CK_BYTE bsoClass, const CK_B
                                      CK_BYTE cbNewDataLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     if (bsoId == 0 || pNewData == nullptr || cbNewDataLen == 0) {
-        return kMissingArgument;
+        return session::MISSING_ARGUMENT;
     }
-    if (cbNewDataLen > kMaxCommandData) {
+    if (cbNewDataLen > CCommandApdu::MAX_DATA) {
         return eM4Error_invalid_args;
     }
     BringDFInLine();

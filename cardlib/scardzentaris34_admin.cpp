@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr long kInvalidSession = -1;
 constexpr WORD kSignatureFile = 0x811F;
 constexpr WORD kScratchIn = 0xFF02;
 constexpr WORD kScratchOut = 0xFF01;
@@ -95,7 +94,7 @@ long CSCardZentaris34::PutDataFCI(_M4_FileInfo_common* pInfo)
 long CSCardZentaris34::ActivateFile(WORD fid, CK_BBOOL bActivate, CK_BBOOL bIsDF)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     const std::uint8_t bIns = bActivate ? ins::ACTIVATE : ins::DEACTIVATE;
@@ -108,7 +107,7 @@ long CSCardZentaris34::GenerateKeyPair(CK_BYTE BsoClass, CK_BYTE BsoId, WORD Pub
 {
     constexpr CK_BYTE kF4[] = {0x01, 0x00, 0x01};
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     const long lResult = SelectEx2(PubKeyFid, nullptr, eFidEF, 1);
@@ -146,7 +145,7 @@ long CSCardZentaris34::AdminBSO(_M4_BSO_info* pBsoInfo, CK_BBOOL bUpdateSM)
 long CSCardZentaris34::ExtendBSO(CK_BYTE bsoClass, CK_BYTE bsoId, CK_ULONG /*flags*/)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     return SendForStatus(
@@ -161,7 +160,7 @@ long CSCardZentaris34::ComputeSignature2048(const CK_BYTE* pDataToSign, CK_BYTE 
         return eM4Error_invalid_args;
     }
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     const long lResult = SignThroughFile(pDataToSign, DataToSignLen, pSignature, puSignatureLen);
     m_Cache.Remove(EfIn(m_Current_DF_path, kSignatureFile)); // the card has written into it
@@ -212,7 +211,7 @@ long CSCardZentaris34::EncDec2048(WORD mode, CK_BYTE_PTR pData, CK_ULONG DataLen
                                   CK_BYTE_PTR pDecryptedData, CK_ULONG_PTR pDecryptedDataLen)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     if (pDecryptedData == nullptr) {
@@ -258,7 +257,7 @@ long CSCardZentaris34::CreateRsa2048Key(_M4_BSO_info* pBsoInfo, CK_BYTE_PTR pPri
                                         CK_BYTE_PTR pPubExponent)
 {
     if (!isValid()) {
-        return kInvalidSession;
+        return session::INVALID;
     }
     BringDFInLine();
     _ZT34_BSO_info info(*pBsoInfo, pBsoInfo->AC_CHANGE, kNever);

@@ -14,8 +14,7 @@
 /// Holds the card in a slot and runs steps, long(CSCard&), on it. The Setec session serves every
 /// card here: it has the base's selections and nothing that looks at the card on connecting.
 /// \return NO_CONTEXT (also when memory is short), NO_READER (slot below 1, no list, no such slot,
-/// no
-///         connection), SELECT_FAILED (no transaction), or what the steps return.
+///         no connection), SELECT_FAILED (no transaction), or what the steps return.
 template <typename TSteps> long WithPlainCard(long slot, TSteps steps)
 {
     try {
