@@ -205,8 +205,9 @@ long CFileCacheSystem::Get(DFEF_Path ef_path, long start, long& len, CK_BYTE*& p
         return bPinRequired ? PIN_REQUIRED : MISS;
     }
     // On purpose the offsets of the last chunk, not of the longest: only a result of 0 is acted
-    // upon. They may lead outside the chunk, where only numbers may be added.
+    // upon.
     const _CachedChunk& last = *pChunks->back();
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a pointer sum outside the chunk is undefined
     pData = reinterpret_cast<CK_BYTE*>(reinterpret_cast<std::uintptr_t>(pLongest->pData) +
                                        static_cast<std::uintptr_t>(start - StartOf(last)));
     len = EndOf(last) + 1 - start;
