@@ -9,8 +9,9 @@
 #include "cardlib/scardzentaris34.h"
 #include "pindesk/PCSC_Misc.h"
 #include "pindesk/PinDesk.h"
-#include "tests/fuzz/fuzz_pcsc.h"
+#include "tests/support/scripted_pcsc.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -19,6 +20,71 @@ namespace {
 constexpr std::uint8_t T0 = 0x01, PROTECTED = 0x02, TRY_GUARD = 0x04, WITH_SERIAL = 0x08;
 constexpr int MAX_COMMANDS = 12; ///< in one session
 
+/// The fuzzer's bytes, taken from the front; zeros when there are no more.
+class CInput {
+public:
+    CInput(const std::uint8_t* pb, std::size_t cb) : m_pb(pb), m_cb(cb) {}
+
+    bool Empty() const { return m_cb == 0; }
+    std::uint8_t Byte()
+    {
+        if (Empty())
+            return 0;
+        --m_cb;
+        return *m_pb++;
+    }
+    std::uint16_t Word()
+    {
+        const std::uint8_t bHigh = Byte();
+        return static_cast<std::uint16_t>(bHigh << 8 | Byte());
+    }
+    /// A length byte and as many bytes, as far as there are.
+    scripted::Bytes Bytes()
+    {
+        const std::size_t cb = std::min<std::size_t>(Byte(), m_cb);
+        m_pb += cb;
+        m_cb -= cb;
+        return {m_pb - cb, m_pb};
+    }
+
+private:
+    const std::uint8_t* m_pb;
+    std::size_t m_cb;
+};
+
+/// What one exchange comes to; the fuzzer's next byte chooses.
+SAnswer NextAnswer(CInput& input)
+{
+    constexpr LONG kCodes[] = {SCARD_E_NOT_READY,      SCARD_F_COMM_ERROR,
+                               SCARD_F_UNKNOWN_ERROR,  SCARD_E_NOT_TRANSACTED,
+                               SCARD_W_RESET_CARD,     SCARD_W_REMOVED_CARD,
+                               SCARD_E_NO_SERVICE,     0x80100079,
+                               SCARD_E_INVALID_HANDLE, SCARD_E_INSUFFICIENT_BUFFER};
+    const std::uint8_t bForm = input.Byte();
+    SAnswer answer("");
+    switch (bForm % 8) {
+    case 1: // a failure, with buffer and length as they were, or emptied
+        answer.m_lCode = kCodes[input.Byte() % std::size(kCodes)];
+        if ((bForm & 0x80) != 0)
+            answer.m_data.reset();
+        break;
+    case 2:
+        answer.m_lCode = kCodes[input.Byte() % std::size(kCodes)];
+        answer.m_data = input.Bytes();
+        break;
+    case 3:
+        answer.m_data->assign(input.Word(), 0x90); // as long as it can be
+        break;
+    case 4:
+        return input.Word();
+    default: // data, and success most of the time
+        answer.m_data = input.Bytes();
+        if (bForm % 8 != 0)
+            answer.m_data->insert(answer.m_data->end(), {0x90, 0x00});
+    }
+    return answer;
+}
+
 using Buffer = std::unique_ptr<CK_BYTE[]>; ///< exactly as large as announced
 
 Buffer Room(std::size_t cb)
@@ -26,46 +92,34 @@ Buffer Room(std::size_t cb)
     return std::make_unique<CK_BYTE[]>(cb);
 }
 
+/// Makes the call that a byte chooses.
+void Choose(std::uint8_t b, std::initializer_list<std::function<void()>> calls)
+{
+    calls.begin()[b % calls.size()]();
+}
+
 void Operation(CInput& input, std::uint8_t bOperation, std::uint8_t bHow)
 {
-    unsigned char pin[] = "12345678";
+    unsigned char p[] = "12345678";
     char szExpected[] = "ABCDEFGH12345678";
+    char szPuk[] = "12345678";
     char* const sz = (bHow & WITH_SERIAL) != 0 ? szExpected : nullptr;
     const BOOL bProtect = (bHow & PROTECTED) != 0;
-    const auto cb = static_cast<long>(5 + input.Byte() % 4);
-    const auto serial = std::make_unique<char[]>(17);
-    char szPuk[] = "12345678";
-    long l = 0;
-    switch ((bOperation & 0x3F) % 9) {
-    case 0:
-        CNS_GetSerial(1, serial.get());
-        break;
-    case 1:
-        CNS_DS_VerifyPinPuk(1, sz, pin, cb, pin, cb, pin, cb, pin, cb, nullptr, bProtect);
-        break;
-    case 2:
-        CNS_DS_ChangePinPuk(1, sz, pin, cb, pin, 8, pin, cb, pin, 8, pin, cb, pin, 8, pin, cb, pin,
-                            8, nullptr, bProtect);
-        break;
-    case 3:
-        CNS_DS_UnblockPin(1, sz, pin, cb, pin, 8, pin, cb, pin, 8, nullptr, bProtect);
-        break;
-    case 4:
-        DS_LockPin(1, sz, nullptr, bProtect);
-        break;
-    case 5:
-        DS_ReactivatePin(1, sz, pin, cb, pin, 8, nullptr, 0, nullptr, bProtect);
-        break;
-    case 6:
-        PCSC_GetFSType(1, &l);
-        break;
-    case 7:
-        (bProtect ? PCSC_Unblock_Starcos : PCSC_Unblock_M4_1111)(1, szPuk, szPuk);
-        break;
-    default:
-        l = 300;
-        PCSC_GetATR(1, std::make_unique<char[]>(300).get(), &l);
-    }
+    const auto n = static_cast<long>(5 + input.Byte() % 4);
+    long l = 300;
+    Choose(bOperation & 0x3F,
+           {[&] { CNS_GetSerial(1, std::make_unique<char[]>(17).get()); },
+            [&] { CNS_DS_VerifyPinPuk(1, sz, p, n, p, n, p, n, p, n, nullptr, bProtect); },
+            [&] {
+                CNS_DS_ChangePinPuk(1, sz, p, n, p, 8, p, n, p, 8, p, n, p, 8, p, n, p, 8, nullptr,
+                                    bProtect);
+            },
+            [&] { CNS_DS_UnblockPin(1, sz, p, n, p, 8, p, n, p, 8, nullptr, bProtect); },
+            [&] { DS_LockPin(1, sz, nullptr, bProtect); },
+            [&] { DS_ReactivatePin(1, sz, p, n, p, 8, nullptr, 0, nullptr, bProtect); },
+            [&] { PCSC_GetFSType(1, &l); },
+            [&] { (bProtect ? PCSC_Unblock_Starcos : PCSC_Unblock_M4_1111)(1, szPuk, szPuk); },
+            [&] { PCSC_GetATR(1, std::make_unique<char[]>(300).get(), &l); }});
 }
 
 /// One command that all classes have.
@@ -76,48 +130,29 @@ void BaseCommand(CSCard& card, CInput& input, std::uint8_t bCommand)
     const WORD l = input.Byte();
     const auto data = Room(256);
     DWORD cbAnswer = 0;
-    switch (bCommand % 7) {
-    case 0:
-        card.SelectEx(path[1], (l & 1) != 0 ? &dwSize : nullptr, l % 4);
-        break;
-    case 1:
-        card.PathSelectWORD(path, 1 + l % 3, (l & 0x80) != 0);
-        break;
-    case 2:
-        card.ForceSelectCurrentEF();
-        break;
-    case 3:
-        card.ReadBinary(path[1], l, Room(l).get());
-        break;
-    case 4:
-        card.UpdateBinary(data.get(), l, path[1]);
-        break;
-    case 5: // the base's own, whose answer has 256 bytes
-        card.CSCard::Transmit(data.get(), 5 + l % 250, Room(256).get(), &cbAnswer);
-        break;
-    default:
-        card.InvalidateCache();
-    }
+    Choose(bCommand,
+           {[&] { card.SelectEx(path[1], (l & 1) != 0 ? &dwSize : nullptr, l % 4); },
+            [&] { card.PathSelectWORD(path, 1 + l % 3, (l & 0x80) != 0); },
+            [&] { card.ForceSelectCurrentEF(); },
+            [&] { card.ReadBinary(path[1], l, Room(l).get()); },
+            [&] { card.UpdateBinary(data.get(), l, path[1]); },
+            // the base's own, whose answer has 256 bytes
+            [&] { card.CSCard::Transmit(data.get(), 5 + l % 250, Room(256).get(), &cbAnswer); },
+            [&] { card.InvalidateCache(); }});
 }
 
 void RecordCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
 {
     CK_BYTE cb = input.Byte();
     const auto data = Room(cb);
-    switch (bCommand % 4) {
-    case 0:
-        card.ReadRecordTLV(0x5A, data.get(), &cb);
-        break;
-    case 1:
-        card.ReadRecordTLVStrip(0x5A, data.get(), &cb);
-        break;
-    case 2:
-        card.ReadRecordAbsolute(1, data.get(), &cb);
-        break;
-    default:
-        card.UpdateRecord(4, 1, data.get(), cb);
-        card.AppendRecord(data.get(), cb);
-    }
+    CK_BYTE* const pb = data.get();
+    Choose(bCommand, {[&] { card.ReadRecordTLV(0x5A, pb, &cb); },
+                      [&] { card.ReadRecordTLVStrip(0x5A, pb, &cb); },
+                      [&] { card.ReadRecordAbsolute(1, pb, &cb); },
+                      [&] {
+                          card.UpdateRecord(4, 1, pb, cb);
+                          card.AppendRecord(pb, cb);
+                      }});
 }
 
 void AdminCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
@@ -133,36 +168,29 @@ void AdminCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
     object.ObjectId = 0x05;
     object.ObjectDataLen = input.Byte();
     WORD wSize = 0;
-    switch (bCommand % 8) {
-    case 0:
-        card.ListFiles(path, 2, &pFiles, &ulFiles, eListAll);
-        delete[] pFiles;
-        break;
-    case 1:
-        if (card.GetFileInfo(file) == 0)
-            card.PutDataFCI(&file);
-        break;
-    case 2:
-        card.CreateFile(&file);
-        break;
-    case 3:
-        card.DeleteFile(path[1], 0);
-        card.ActivateFile(path[1], 1, 0);
-        break;
-    case 4:
-        card.CreateBSO(&object, object.ObjectClass & 1);
-        break;
-    case 5:
-        card.AdminBSO(&object, object.ObjectClass & 1);
-        break;
-    case 6:
-        card.GetFreeMemory(eCurrentDFBody, wSize);
-        card.GetVer();
-        break;
-    default:
-        card.SwitchToAdminLifeCycle();
-        card.RevertFromAdminLifeCycle();
-    }
+    Choose(bCommand, {[&] {
+                          card.ListFiles(path, 2, &pFiles, &ulFiles, eListAll);
+                          delete[] pFiles;
+                      },
+                      [&] {
+                          if (card.GetFileInfo(file) == 0)
+                              card.PutDataFCI(&file);
+                      },
+                      [&] { card.CreateFile(&file); },
+                      [&] {
+                          card.DeleteFile(path[1], 0);
+                          card.ActivateFile(path[1], 1, 0);
+                      },
+                      [&] { card.CreateBSO(&object, object.ObjectClass & 1); },
+                      [&] { card.AdminBSO(&object, object.ObjectClass & 1); },
+                      [&] {
+                          card.GetFreeMemory(eCurrentDFBody, wSize);
+                          card.GetVer();
+                      },
+                      [&] {
+                          card.SwitchToAdminLifeCycle();
+                          card.RevertFromAdminLifeCycle();
+                      }});
 }
 
 void SecurityCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
@@ -170,107 +198,63 @@ void SecurityCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
     const CK_BYTE key[24] = {1, 2, 3, 4, 5, 6, 7, 8};
     const auto data = Room(648);
     CK_ULONG cb = input.Byte() * 2ul;
-    const auto out = Room(cb);
-    CK_BYTE* const pb = data.get();
+    const auto room = Room(cb);
+    CK_BYTE *const pb = data.get(), *const pOut = room.get();
     _M4_BSO_info object;
-    switch (bCommand % 10) {
-    case 0:
-        card.VerifyAndChange(0x10, pb, 8, pb, 8, 8);
-        break;
-    case 1:
-        card.CRVerifyDes(0x1C, key, 24, cb);
-        break;
-    case 2:
-        card.EncDec(0x8086, pb, 128, out.get(), &cb);
-        break;
-    case 3:
-        card.InternalAuthenticate(1, pb, 8, out.get(), &cb);
-        break;
-    case 4:
-        card.ComputeSignature(pb, 20, out.get(), &cb);
-        break;
-    case 5:
-        card.ComputeSignature2048(pb, 200, out.get(), &cb);
-        break;
-    case 6:
-        card.EncDec2048(0x8086, pb, 256, out.get(), &cb);
-        break;
-    case 7:
-        card.CreateRsa2048Key(&object, pb, pb, pb, pb, pb, pb);
-        break;
-    case 8:
-        card.GenerateKeyPair(0x20, 5, 0x5015, 2048, pb, 3);
-        card.LoadSecurityEnvironment(1, 2, 3, 1, 0);
-        card.ManageSecurityEnvironment(1, 0xB601, 0);
-        break;
-    default:
-        card.SetSMxCMode(cb % 4 != 0, key, key, nullptr, 0);
-    }
+    Choose(bCommand, {[&] { card.VerifyAndChange(0x10, pb, 8, pb, 8, 8); },
+                      [&] { card.CRVerifyDes(0x1C, key, 24, cb); },
+                      [&] { card.EncDec(0x8086, pb, 128, pOut, &cb); },
+                      [&] { card.InternalAuthenticate(1, pb, 8, pOut, &cb); },
+                      [&] { card.ComputeSignature(pb, 20, pOut, &cb); },
+                      [&] { card.ComputeSignature2048(pb, 200, pOut, &cb); },
+                      [&] { card.EncDec2048(0x8086, pb, 256, pOut, &cb); },
+                      [&] { card.CreateRsa2048Key(&object, pb, pb, pb, pb, pb, pb); },
+                      [&] {
+                          card.GenerateKeyPair(0x20, 5, 0x5015, 2048, pb, 3);
+                          card.LoadSecurityEnvironment(1, 2, 3, 1, 0);
+                          card.ManageSecurityEnvironment(1, 0xB601, 0);
+                      },
+                      [&] { card.SetSMxCMode(cb % 4 != 0, key, key, nullptr, 0); }});
 }
 
 void SetecCommand(CSCardSetec43& card, CInput& input, std::uint8_t bCommand)
 {
     const auto data = Room(256);
     CK_ULONG cb = input.Byte();
-    const auto out = Room(cb);
-    switch (bCommand % 6) {
-    case 0:
-        card.VerifyAndChange(1, data.get(), 8, data.get(), 8);
-        break;
-    case 1:
-        card.PutHash(data.get(), 20);
-        break;
-    case 2:
-        card.ComputeSignature(out.get(), &cb);
-        break;
-    case 3:
-        card.EncDec(0x8086, data.get(), 128, out.get(), &cb);
-        break;
-    case 4:
-        card.ExportRSAPublicKey(1, Room(128).get());
-        break;
-    default:
-        card.GetResponse(input.Byte(), data.get());
-    }
+    const auto room = Room(cb);
+    CK_BYTE* const pb = data.get();
+    Choose(bCommand, {[&] { card.VerifyAndChange(1, pb, 8, pb, 8); }, [&] { card.PutHash(pb, 20); },
+                      [&] { card.ComputeSignature(room.get(), &cb); },
+                      [&] { card.EncDec(0x8086, pb, 128, room.get(), &cb); },
+                      [&] { card.ExportRSAPublicKey(1, Room(128).get()); },
+                      [&] { card.GetResponse(input.Byte(), pb); }});
 }
 
-void Session(CSCardCardOSM4& card, CInput& input)
+void Command(CSCardCardOSM4& card, CInput& input, std::uint8_t b)
 {
-    for (int i = 0; i < MAX_COMMANDS && !input.Empty(); ++i) {
-        const std::uint8_t bCommand = input.Byte();
-        switch (bCommand >> 5 & 3) {
-        case 0:
-            BaseCommand(card, input, bCommand);
-            break;
-        case 1:
-            RecordCommand(card, input, bCommand);
-            break;
-        case 2:
-            AdminCommand(card, input, bCommand);
-            break;
-        default:
-            SecurityCommand(card, input, bCommand);
-        }
-    }
+    Choose(b >> 5 & 3,
+           {[&] { BaseCommand(card, input, b); }, [&] { RecordCommand(card, input, b); },
+            [&] { AdminCommand(card, input, b); }, [&] { SecurityCommand(card, input, b); }});
 }
 
-void Session(CSCardSetec43& card, CInput& input)
+void Command(CSCardSetec43& card, CInput& input, std::uint8_t b)
 {
-    for (int i = 0; i < MAX_COMMANDS && !input.Empty(); ++i) {
-        const std::uint8_t bCommand = input.Byte();
-        if ((bCommand & 0x20) != 0)
-            SetecCommand(card, input, bCommand);
-        else
-            BaseCommand(card, input, bCommand);
-    }
+    (b & 0x20) != 0 ? SetecCommand(card, input, b) : BaseCommand(card, input, b);
 }
 
-template <class TSession> void Open(CInput& input)
+template <class TSession> void Session(CInput& input)
 {
     char szReader[] = "Fuzz";
-    TSession card(1, szReader);
-    if (card.Create())
-        Session(card, input);
+    SCARDCONTEXT hContext = 0;
+    SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &hContext);
+    {
+        TSession card(hContext, szReader);
+        if (card.Create()) {
+            for (int i = 0; i < MAX_COMMANDS && !input.Empty(); ++i)
+                Command(card, input, input.Byte());
+        }
+    }
+    SCardReleaseContext(hContext);
 }
 
 } // namespace
@@ -281,21 +265,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pb, std::size_t cb)
     const std::uint8_t bWhat = input.Byte();
     const std::uint8_t bHow = input.Byte();
     PINDESK_ChangeSetting("SETTING_TRY_GUARD", (bHow & TRY_GUARD) != 0);
-    InsertCard(input, (bHow & T0) != 0 ? SCARD_PROTOCOL_T0 : SCARD_PROTOCOL_T1);
-    switch (bWhat >> 6) {
-    case 0:
-        Open<CSCardCardOSM4>(input);
-        break;
-    case 1:
-        Open<CSCardZentaris34>(input);
-        break;
-    case 2:
-        Operation(input, bWhat, bHow);
-        break;
-    default:
-        Open<CSCardSetec43>(input);
-    }
-    if (LeftOpen() != 0)
+    CScriptedPcsc pcsc;
+    const auto atr = (bHow & 0x80) != 0 ? input.Bytes() : scripted::Bytes{0x3B};
+    pcsc.Readers({{"Fuzz", scripted::ToHex(atr.data(), atr.size())}});
+    pcsc.Protocol((bHow & T0) != 0 ? SCARD_PROTOCOL_T0 : SCARD_PROTOCOL_T1);
+    pcsc.Otherwise([&](const auto&) {
+        if (!input.Empty())
+            return NextAnswer(input);
+        pcsc.RemoveCard(); // so that every loop that relies on the card comes to its end
+        return SAnswer::Fail(SCARD_W_REMOVED_CARD);
+    });
+    Choose(bWhat >> 6,
+           {[&] { Session<CSCardCardOSM4>(input); }, [&] { Session<CSCardZentaris34>(input); },
+            [&] { Operation(input, bWhat, bHow); }, [&] { Session<CSCardSetec43>(input); }});
+    if (!pcsc.Leftovers().empty() || !pcsc.Problems().empty())
         std::abort();
     return 0;
 }

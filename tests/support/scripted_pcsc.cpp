@@ -177,6 +177,8 @@ SAnswer CScriptedPcsc::Exchange(const scripted::Bytes& command, std::string& wha
     const std::string sent = scripted::ToHex(command.data(), command.size());
     if (m_iNext == m_script.size()) {
         what = "beyond the script";
+        if (m_otherwise)
+            return m_otherwise(command);
         return Unexpected("command after the end of the script: " + sent);
     }
     // a copy: the answer may be worked out by a test that adds more steps

@@ -86,6 +86,11 @@ public:
     void Wildcard(std::string what, SAnswer answer);
     /// The test looks at the command and works the answer out.
     void Compute(std::string what, std::function<SAnswer(const scripted::Bytes& command)> answer);
+    /// Commands beyond the script get an answer worked out so, in place of a failure of the test.
+    void Otherwise(std::function<SAnswer(const scripted::Bytes& command)> answer)
+    {
+        m_otherwise = std::move(answer);
+    }
     /// Plans that the nth call from now of a PC/SC function ("SCardConnect") does nothing but
     /// return lCode; EVERY: all of them. A failed SCardTransmit uses no step.
     void FailCall(const char* szFunction, LONG lCode, int nth = 1);
@@ -143,6 +148,7 @@ private:
     std::vector<SReader> m_readers{{"Scripted Reader 00 00"}};
     DWORD m_dwProtocol = SCARD_PROTOCOL_T1;
     std::vector<SStep> m_script;
+    std::function<SAnswer(const scripted::Bytes&)> m_otherwise;
     std::size_t m_iNext = 0;
     std::vector<SFailure> m_failures;
 

@@ -228,6 +228,7 @@ struct SPcscCalls {
         if (!answer.m_data)
             return answer.m_lCode;
         const DWORD cbRoom = std::exchange(*pcbRecv, answer.m_data->size());
+        std::memset(pbRecv, 0xEE, cbRoom); // all that was announced has to be there
         if (answer.m_data->size() > cbRoom)
             return SCARD_E_INSUFFICIENT_BUFFER;
         std::copy(answer.m_data->begin(), answer.m_data->end(), pbRecv);
