@@ -43,18 +43,6 @@ TEST_F(Administration, PutDataReplacesTheConditionsOfTheSelectedFile)
     EXPECT_EQ("6982", Send("00 B0 00 00 01"));
 }
 
-TEST_F(Administration, SmConditionsAreShownWhenTheyWereWritten)
-{
-    Send(SELECT_DS);
-    std::string strSm;
-    for (int i = 0; i < 24; ++i)
-        strSm += "0" + std::to_string(i % 10);
-    EXPECT_EQ("9000", Send("00 DA 01 6F 25 86 09", ALL_OPEN + std::string("8B 18") + strSm));
-    const std::string strFci = Send("00 A4 09 00 02 14 00 FF");
-    EXPECT_EQ("8B18" + strSm + "9000", strFci.substr(strFci.size() - 56));
-    EXPECT_EQ("6A80", Send("00 DA 01 6F 0E 86 09", ALL_OPEN + std::string("8B 01 00")));
-}
-
 TEST_F(Administration, FilesComeAndGo)
 {
     Send(SELECT_DS);
@@ -144,39 +132,6 @@ TEST_F(Administration, RewritingAnObjectWantsItsOwnCondition)
     EXPECT_EQ("6984", Send("00 20 00 9A 00"));
 }
 
-TEST_F(Administration, LockAndReactivateLeaveTheConditionsTheyWrite)
-{
-    Send(SELECT_DS);
-    EXPECT_EQ("9000", Authenticate(ISSUER_KEY, 0x9C, 0x80));
-    EXPECT_EQ("9000", Send("00 04 00 00 02 00 1A"));
-    const std::string strWrong(48, '2');
-    while (Authenticate(strWrong) != "6983")
-        ;
-    const struct {
-        const char *szSelect, *szAccess;
-    } tightened[] = {
-        {"00 A4 00 00 02 3F 00 FF", "FF FF FF FF FF 00 FF 10 FF"},
-        {"00 A4 09 00 02 14 00 FF", "FF FF FF FF FF FF FF 10 FF"},
-        {"00 A4 09 00 02 2F FF FF", "FF 00 00 FF FF FF FF 00 FF"},
-    };
-    for (const auto& file : tightened) {
-        Send(SELECT_MF);
-        Send(file.szSelect);
-        EXPECT_EQ("9000", Send("00 DA 01 6F 0C 86 0A", file.szAccess + std::string("FF")));
-        EXPECT_EQ("6982", Send("00 DA 01 6F 0C 86 0A", ALL_OPEN + std::string("FF")));
-        Send(SELECT_MF);
-        EXPECT_EQ("8609" + ToHex(FromHex(file.szAccess)) + "9000", Send(file.szSelect).substr(54));
-    }
-
-    Send(SELECT_DS);
-    EXPECT_EQ("9000", Send("00 20 00 9B 08", DS_PUK));
-    EXPECT_EQ("9000", Send("00 44 00 00 02 00 1A"));
-    EXPECT_EQ("9000", Send("00 2C 00 9A 10", std::string(DS_PUK) + CNS_PIN));
-    EXPECT_EQ("9000", Send("00 DA 01 6E 10 83 02 00 1A 86 0A 00 1A 1B FF 1B FF FF FF FF FF"));
-    EXPECT_EQ("9000", Send("00 20 00 9A 08", CNS_PIN));
-    EXPECT_EQ("001A1BFF1BFFFFFFFFFF", m_card->State()["mf"]["children"][2]["objects"][0]["access"]);
-}
-
 TEST_F(Administration, ChangeKeyDataReplacesTheProtectionKeyOfANewObject)
 {
     Send(SELECT_DS);
@@ -188,26 +143,6 @@ TEST_F(Administration, ChangeKeyDataReplacesTheProtectionKeyOfANewObject)
     Authenticate(ISSUER_KEY);
     EXPECT_EQ("9000", Send("90 24 10 9E 18", strKey));
     EXPECT_EQ("6A86", Send("90 24 00 9E 18", strKey));
-}
-
-TEST_F(Administration, StateSurvivesARestart)
-{
-    Send(SELECT_DS);
-    for (int i = 0; i < 3; ++i)
-        Send("00 20 00 9A 08 39 39 39 39 39 39 39 39");
-    CreateEf("70 01", "00 10");
-    Send("00 D6 00 00 02 CA FE");
-    Send("80 10 00 00 00");
-    const nlohmann::json state = nlohmann::json::parse(m_card->State().dump());
-
-    Insert("cns");
-    m_card->LoadState(state);
-    EXPECT_EQ(state, m_card->State());
-    EXPECT_EQ("209000", Send("00 CA 01 83 00"));
-    EXPECT_EQ("9000", Send("00 A4 08 0C 04 14 00 70 01"));
-    EXPECT_EQ("CAFE9000", Send("00 B0 00 00 02"));
-    EXPECT_EQ("6983", Send("00 20 00 9A 08", DS_PIN));
-    EXPECT_EQ(4, Presented("ds-pin"));
 }
 
 TEST_F(Administration, OptionsApplyToALoadedStateToo)
@@ -224,9 +159,20 @@ TEST_F(Administration, OptionsApplyToALoadedStateToo)
     EXPECT_EQ("9000", Send("00 20 00 90 05 31 32 33 34 35"));
 }
 
-TEST_F(Administration, NonsenseAsStateIsRefusedAndChangesNothing)
+TEST_F(Administration, StateSurvivesARestartAndNonsenseIsRefused)
 {
-    const nlohmann::json good = m_card->State();
+    Send(SELECT_DS);
+    Send("00 20 00 9A 08 39 39 39 39 39 39 39 39");
+    CreateEf("70 01", "00 10");
+    Send("00 D6 00 00 02 CA FE");
+    Send("80 10 00 00 00");
+    const nlohmann::json good = nlohmann::json::parse(m_card->State().dump());
+    Insert("cns");
+    m_card->LoadState(good);
+    EXPECT_EQ(good, m_card->State());
+    Send("00 A4 08 0C 04 14 00 70 01");
+    EXPECT_EQ("CAFE9000", Send("00 B0 00 00 02"));
+
     const struct {
         const char *szWhere, *szValue;
     } edits[] = {
@@ -275,25 +221,6 @@ TEST(Profiles, EachMakesACardWithAnAtrOfItsOwn)
         atrs.insert({t0, t1});
     }
     EXPECT_EQ(2 * ProfileNames().size(), atrs.size());
-}
-
-TEST(Profiles, BadOptionsAreToldInWords)
-{
-    const auto strError = [](const char* szProfile, const char* szSerial) -> std::string {
-        SCardOptions options;
-        options.strProfile = szProfile;
-        options.strSerial = szSerial;
-        try {
-            CCard card(options);
-        } catch (const std::invalid_argument& error) {
-            return error.what();
-        }
-        return "";
-    };
-    EXPECT_NE(std::string::npos, strError("visa", "").find("visa"));
-    EXPECT_NE(std::string::npos, strError("cns", "123").find("16"));
-    EXPECT_NE("", strError("gdo", "ABCDEFGHIJKLMNOP"));
-    EXPECT_EQ("", strError("cns", "ABCDEFGHIJKLMNOP"));
 }
 
 } // namespace

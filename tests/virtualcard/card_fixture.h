@@ -35,9 +35,9 @@ protected:
 
     /// Sends a command given in hexadecimal; the answer without blanks.
     std::string Send(const std::string& strHex) { return ToHex(m_card->Transmit(FromHex(strHex))); }
-    std::string Send(const char* szHead, const std::string& strData)
+    std::string Send(const std::string& strHead, const std::string& strData)
     {
-        return Send(szHead + (" " + strData));
+        return Send(strHead + " " + strData);
     }
     int TriesLeft(const char* szName) { return m_card->Counters().at(szName).at("tries_left"); }
     int Presented(const char* szName) { return m_card->Counters().at(szName).at("presented"); }

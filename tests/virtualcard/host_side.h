@@ -21,12 +21,6 @@ protected:
         return Send("00 82 00 " + ToHex(Bytes{bReference}) + " 08",
                     ToHex(RetailMac(FromHex(strKeyHex), challenge)));
     }
-    std::string Send(const std::string& strHead, const std::string& strData)
-    {
-        return CardTest::Send(strHead + " " + strData);
-    }
-    using CardTest::Send;
-
     /// Fresh randoms, then the command (class 00, without Le) in its envelope; the raw answer.
     Bytes SendProtected(const std::string& strHex, const std::string& strKeyHex = ISSUER_KEY)
     {

@@ -23,33 +23,6 @@ Bytes Number(EVP_PKEY* pKey, const char* szName, int cb)
     return bytes;
 }
 
-/// The public operation with the padding given, the padding taken off.
-Bytes Recover(EVP_PKEY* pKey, const Bytes& signature)
-{
-    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> pContext(
-        EVP_PKEY_CTX_new(pKey, nullptr), EVP_PKEY_CTX_free);
-    EXPECT_EQ(1, EVP_PKEY_verify_recover_init(pContext.get()));
-    EXPECT_EQ(1, EVP_PKEY_CTX_set_rsa_padding(pContext.get(), RSA_PKCS1_PADDING));
-    Bytes data(512);
-    std::size_t cb = data.size();
-    EXPECT_EQ(1, EVP_PKEY_verify_recover(pContext.get(), data.data(), &cb, signature.data(),
-                                         signature.size()));
-    data.resize(cb);
-    return data;
-}
-
-Bytes RawEncrypt(EVP_PKEY* pKey, const Bytes& block)
-{
-    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> pContext(
-        EVP_PKEY_CTX_new(pKey, nullptr), EVP_PKEY_CTX_free);
-    EXPECT_EQ(1, EVP_PKEY_encrypt_init(pContext.get()));
-    EXPECT_EQ(1, EVP_PKEY_CTX_set_rsa_padding(pContext.get(), RSA_NO_PADDING));
-    Bytes cipher(block.size());
-    std::size_t cb = cipher.size();
-    EXPECT_EQ(1, EVP_PKEY_encrypt(pContext.get(), cipher.data(), &cb, block.data(), block.size()));
-    return cipher;
-}
-
 /// number^65537 mod modulus, by plain arithmetic.
 Bytes PublicOperation(ByteView number, ByteView modulus)
 {
@@ -65,6 +38,13 @@ Bytes PublicOperation(ByteView number, ByteView modulus)
     Bytes bytes(modulus.size());
     BN_bn2binpad(result.get(), bytes.data(), static_cast<int>(bytes.size()));
     return bytes;
+}
+
+/// The block of a signature, its padding written out.
+std::string Signed(const Bytes& data, std::size_t cbModulus)
+{
+    std::string block = "0001" + std::string(2 * (cbModulus - 3 - data.size()), 'F') + "00";
+    return block + ToHex(data);
 }
 
 class RsaKeys : public CardTest {
@@ -98,12 +78,6 @@ protected:
     {
         return Copy(ByteView(m_card->Transmit(FromHex("00 B0 00 00 00"))).first(256));
     }
-    std::string Send(const std::string& strHead, const std::string& strData)
-    {
-        return CardTest::Send(strHead + " " + strData);
-    }
-    using CardTest::Send;
-
     /// The five numbers in the card's order, then the exponent in eight bytes.
     static Bytes KeyBlock(EVP_PKEY* pKey)
     {
@@ -129,6 +103,7 @@ protected:
         static const Key s_key{EVP_RSA_gen(2048), EVP_PKEY_free};
         return s_key.get();
     }
+    static Bytes Modulus() { return Number(HostKey(), OSSL_PKEY_PARAM_RSA_N, 256); }
 };
 
 TEST_F(RsaKeys, ALoadedKeySignsThroughTheScratchFile)
@@ -147,7 +122,7 @@ TEST_F(RsaKeys, ALoadedKeySignsThroughTheScratchFile)
         Append(block, data);
         Write(block);
         EXPECT_EQ("9000", Send("00 2A 9E 9A 02 81 1F"));
-        EXPECT_EQ(data, Recover(HostKey(), Read256())) << cb;
+        EXPECT_EQ(Signed(data, 256), ToHex(PublicOperation(Read256(), Modulus()))) << cb;
     }
     EXPECT_EQ("6A80", Send("00 2A 9E 9A 02 81 1F")); // a signature is no data to sign
     EXPECT_EQ("6A82", Send("00 2A 9E 9A 02 77 77"));
@@ -163,7 +138,7 @@ TEST_F(RsaKeys, DeciphermentTakesAndGivesTheNamedFile)
 
     CreateScratch("FF 01", "01 00");
     CreateScratch("FF 02", "01 00");
-    Write(RawEncrypt(HostKey(), plain));
+    Write(PublicOperation(plain, Modulus()));
     Send("00 A4 09 0C 02 FF 01 FF");
     EXPECT_EQ("9000", Send("00 2A 80 86 02 FF 02"));
     Send("00 A4 09 0C 02 FF 02 FF");
@@ -198,11 +173,8 @@ TEST_F(RsaKeys, AGeneratedPairSignsAndItsPublicHalfVerifies)
     const Bytes signature = m_card->Transmit(FromHex("00 2A 9E 9A 03 61 62 63"));
     ASSERT_EQ(130U, signature.size());
 
-    EXPECT_EQ(
-        "0001" + std::string(244, 'F') +
-            "00"
-            "616263",
-        ToHex(PublicOperation(ByteView(signature).first(128), ByteView(stored).subspan(4, 128))));
+    EXPECT_EQ(Signed(Ascii("abc"), 128), ToHex(PublicOperation(ByteView(signature).first(128),
+                                                               ByteView(stored).subspan(4, 128))));
 
     EXPECT_EQ("6A80", Send("00 46 00 00 08 20 05 70 05 00 00 03 00"));
     EXPECT_EQ("6A82", Send("00 46 00 00 08 20 05 70 99 00 00 04 00"));
@@ -223,7 +195,7 @@ TEST_F(RsaKeys, TheSetecCardSignsTheHashItWasGiven)
     EXPECT_EQ("0301000180", ToHex(ByteView(exported).subspan(10, 5)));
     const ByteView modulus = ByteView(exported).subspan(12 + exported[10], 128);
     const Bytes block = PublicOperation(ByteView(signature).first(128), modulus);
-    EXPECT_EQ("0001" + std::string(210, 'F') + "00" + std::string(40, '4'), ToHex(block));
+    EXPECT_EQ(Signed(Bytes(20, 0x44), 128), ToHex(block));
 
     Bytes cipher = {0x00};
     Append(cipher, PublicOperation(block, modulus));

@@ -25,23 +25,6 @@ TEST_F(Secrets, AWrongValueCostsATryAndARightOneRestoresThem)
     EXPECT_EQ(3, Presented("ds-pin"));
 }
 
-TEST_F(Secrets, TheLastTryBlocksEvenForTheRightValue)
-{
-    for (const char* szAnswer : {"63C2", "63C1", "63C0", "6983"})
-        EXPECT_EQ(szAnswer, Send("00 20 00 90 08", WRONG));
-    EXPECT_EQ("6983", Send("00 20 00 90 08", CNS_PIN));
-    EXPECT_EQ("6983", Send("00 20 00 90 00"));
-    EXPECT_EQ(5, Presented("cns-pin"));
-    EXPECT_EQ(3, TriesLeft("ds-pin"));
-}
-
-TEST_F(Secrets, AnotherLengthCostsNoTry)
-{
-    EXPECT_EQ("6700", Send("00 20 00 9A 05 31 33 35 37 32"));
-    EXPECT_EQ(3, TriesLeft("ds-pin"));
-    EXPECT_EQ(1, Presented("ds-pin"));
-}
-
 TEST_F(Secrets, ReferencesAreSearchedFromTheSideTheyName)
 {
     EXPECT_EQ("9000", Send("00 20 00 90 08", CNS_PIN)); // up to the MF
@@ -105,45 +88,6 @@ TEST_F(Secrets, ThePukUnblocksAndSetsANewPin)
     EXPECT_EQ("6A88", Send("00 2C 00 11 10", std::string(CNS_PUK) + NEW_PIN)); // a PUK has no PUK
 }
 
-TEST_F(Secrets, ABlockedPukUnblocksNothing)
-{
-    for (int i = 0; i < 5; ++i)
-        Send("00 2C 00 10 10", std::string(WRONG) + NEW_PIN);
-    EXPECT_EQ("6983", Send("00 2C 00 10 10", std::string(CNS_PUK) + NEW_PIN));
-    EXPECT_EQ("9000", Send("00 20 00 90 08", CNS_PIN));
-}
-
-TEST_F(Secrets, ADeactivatedPinComesBackWithThePuk)
-{
-    EXPECT_EQ("9000", Send("00 04 00 00 02 00 1A"));
-    EXPECT_EQ("6984", Send("00 20 00 9A 08", DS_PIN));
-    EXPECT_EQ("6984", Send("00 20 00 9A 00"));
-    EXPECT_EQ("6984", Send("00 2C 00 9A 10", std::string(DS_PUK) + NEW_PIN));
-    EXPECT_EQ(3, TriesLeft("ds-pin"));
-    EXPECT_EQ("6982", Send("00 44 00 00 02 00 1A"));
-    EXPECT_EQ("9000", Send("00 20 00 1B 08", DS_PUK));
-    EXPECT_EQ("9000", Send("00 44 00 00 02 00 1A"));
-    EXPECT_EQ("9000", Send("00 20 00 9A 08", DS_PIN));
-    EXPECT_EQ("6982", Send("00 04 00 00 02 00 10")); // the CNS PIN is not to be switched off
-}
-
-TEST_F(Secrets, AnUnpaddedCardWantsExactlyTheLengthItHolds)
-{
-    SCardOptions options;
-    options.bUnpadded = true;
-    Insert(options);
-    Send("00 20 00 90 08", CNS_PIN);
-    EXPECT_EQ("9000", Send("00 24 01 10 08 31 32 33 34 35 36 FF FF")); // kept without its filler
-    EXPECT_EQ("6700", Send("00 20 00 90 08 31 32 33 34 35 36 FF FF"));
-    EXPECT_EQ(3, TriesLeft("cns-pin"));
-    EXPECT_EQ("9000", Send("00 20 00 90 06 31 32 33 34 35 36"));
-
-    Send("00 20 00 91 08", CNS_PUK);
-    EXPECT_EQ("9000", Send("00 24 01 11 08 36 35 34 33 32 31 FF FF"));
-    EXPECT_EQ("9000", Send("00 2C 00 10 0E 36 35 34 33 32 31", NEW_PIN));
-    EXPECT_EQ("9000", Send("00 20 00 90 05 34 37 31 31 38"));
-}
-
 TEST_F(Secrets, TheAdministrationKeyIsProvedOverTheWholeChallenge)
 {
     EXPECT_EQ("9000", Authenticate(ISSUER_KEY));
@@ -169,24 +113,8 @@ TEST_F(Secrets, AKeyGetsANewValueOnlyFromWhoProvedTheOldOne)
     EXPECT_EQ("9000", Authenticate(strNewKey));
 }
 
-TEST_F(Secrets, OtherFamiliesUnblockTheirWay)
+TEST_F(Secrets, TheSetecCardChangesAPinInOneCommand)
 {
-    const std::string strStarcosPuk = DS_PUK;
-    Insert("starcos");
-    for (const auto& [szDf, szPin] : {std::pair("11 11", "96"), std::pair("DF 01", "9A")}) {
-        Send(SELECT_MF);
-        ASSERT_EQ("9000", Send("00 A4 00 0C 02", szDf));
-        EXPECT_EQ("63C4",
-                  Send(std::string("80 24 30 ") + szPin + " 10", std::string(WRONG) + NEW_PIN));
-        EXPECT_EQ("9000", Send(std::string("80 24 30 ") + szPin + " 10", strStarcosPuk + NEW_PIN));
-        EXPECT_EQ("9000", Send(std::string("00 20 00 ") + szPin + " 08", NEW_PIN));
-    }
-
-    Insert("m4-1111");
-    Send("00 A4 00 0C 02 11 11");
-    EXPECT_EQ("9000", Send("00 2C 00 81 10", std::string(CNS_PUK) + "31 32 33 34 35 00 00 00"));
-    EXPECT_EQ("9000", Send("00 20 00 81 08 31 32 33 34 35 00 00 00"));
-
     Insert("setec");
     EXPECT_EQ("63C2", Send("00 20 00 01 08", WRONG));
     EXPECT_EQ("9000", Send("80 24 20 01 10", std::string(CNS_PIN) + NEW_PIN));

@@ -14,14 +14,6 @@ protected:
     SecureMessaging() { Send(SELECT_DS); }
 };
 
-TEST(RetailMacOfTheCard, MatchesThePublishedVectors)
-{
-    // ISO/IEC 9797-1, annex B: algorithm 3, padding method 1.
-    const Bytes key = FromHex("0123456789ABCDEF FEDCBA9876543210 0123456789ABCDEF");
-    EXPECT_EQ("A1C72E74EA3FA9B6", ToHex(RetailMac(key, Ascii("Now is the time for all "))));
-    EXPECT_EQ("2E2B1428CC78254F", ToHex(RetailMac(key, Ascii("Now is the time for it"))));
-}
-
 TEST_F(SecureMessaging, AProtectedCommandDoesWhatThePlainOneDoes)
 {
     EXPECT_EQ(OK, SendProtected(VERIFY_DS));
@@ -104,22 +96,6 @@ TEST_F(SecureMessaging, OutsideTheSignatureDfThereIsNoKeyForIt)
 {
     Send(SELECT_MF);
     EXPECT_EQ("6882", ToHex(SendProtected(std::string("00 20 00 90 08") + CNS_PIN)));
-}
-
-TEST_F(SecureMessaging, ACardMayRequireItForTheSignatureSecrets)
-{
-    SCardOptions options;
-    options.bRequireSm = true;
-    Insert(options);
-    Send(SELECT_DS);
-    EXPECT_EQ("6987", Send(VERIFY_DS));
-    EXPECT_EQ("6987", Send("00 2C 00 9A 10", std::string(DS_PUK) + DS_PIN));
-    EXPECT_EQ("63C3", Send("00 20 00 9A 00")); // asking carries no secret
-    EXPECT_EQ("9000", Send("00 20 00 90 08", CNS_PIN));
-    EXPECT_EQ(0, Presented("ds-pin") + Presented("ds-puk"));
-    EXPECT_EQ(OK, SendProtected(VERIFY_DS));
-    EXPECT_EQ("6987", Send("00 24 01 9A 08", DS_PIN));
-    EXPECT_EQ(OK, SendProtected(std::string("00 24 01 9A 08") + DS_PIN));
 }
 
 } // namespace
