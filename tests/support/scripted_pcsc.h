@@ -117,8 +117,8 @@ public:
     std::vector<std::string> Leftovers() const;
     ///@}
 
-private:
-    friend struct SPcscCalls; // the PC/SC functions themselves
+    /// \name For the PC/SC functions themselves
+    ///@{
     struct SStep {
         std::string m_what;
         std::optional<scripted::Bytes> m_command; // none: any
@@ -160,6 +160,7 @@ private:
 
     std::vector<std::string> m_log, m_misuses, m_unexpected;
     std::vector<unsigned> m_pauses;
+    ///@}
 };
 
 /// Fixture of all tests over the scripted PC/SC.

@@ -32,39 +32,24 @@ TYPED_TEST_SUITE(Binary, Sessions, );
 
 TYPED_TEST(Binary, ReadingGoesInPiecesOf64AndTheRestIsServedFromTheCache)
 {
-    CK_BYTE ab[200];
-    this->Piece("00 00 40", 64, 0xA1);
-    this->Piece("00 40 40", 64, 0xA2);
-    this->Piece("00 80 40", 64, 0xA3);
-    this->Piece("00 C0 08", 8, 0xA4);
-    EXPECT_EQ(0, this->Card().ReadBinary(0, 200, ab));
-    EXPECT_EQ(
-        "A1 A2 A2 A3 A3 A4 A4",
-        scripted::ToHex(
-            scripted::Bytes{ab[63], ab[64], ab[127], ab[128], ab[191], ab[192], ab[199]}.data(),
-            7));
-    CK_BYTE abAgain[100] = {};
-    EXPECT_EQ(0, this->Card().ReadBinary(60, 100, abAgain));
+    auto& session = this->Card();
+    const auto& path = session.m_Current_EF_path;
+    CK_BYTE ab[200], abAgain[100] = {};
+    this->Piece("01 00 40", 64, 0xA1);
+    this->Piece("01 40 40", 64, 0xA2);
+    this->Piece("01 80 40", 64, 0xA3);
+    this->Piece("01 C0 08", 8, 0xA4);
+    EXPECT_EQ(0, session.ReadBinary(0x100, 200, ab));
+    EXPECT_EQ("A1 A2", scripted::ToHex(ab + 63, 2));
+    EXPECT_EQ("A2 A3", scripted::ToHex(ab + 127, 2));
+    EXPECT_EQ("A3 A4 A4 A4 A4 A4 A4 A4 A4", scripted::ToHex(ab + 191, 9));
+    EXPECT_EQ(0, session.ReadBinary(0x13C, 100, abAgain));
     EXPECT_EQ(0, std::memcmp(ab + 60, abAgain, 100));
-    EXPECT_EQ(
-        0, this->Card().ReadBinaryFromCacheOnly(this->Card().m_Current_EF_path, 190, 10, abAgain));
-    this->Card().InvalidateCache();
-    EXPECT_EQ(
-        -1, this->Card().ReadBinaryFromCacheOnly(this->Card().m_Current_EF_path, 190, 10, abAgain));
-}
-
-TYPED_TEST(Binary, SmallReadsAreOneCommand)
-{
-    const struct {
-        WORD l;
-        const char* szCommand;
-    } rows[] = {{64, "01 00 40"}, {1, "01 00 01"}, {0, "01 00 00"}};
-    for (const auto& row : rows) {
-        CK_BYTE ab[64];
-        this->Card().InvalidateCache();
-        this->Piece(row.szCommand, row.l, 0x55);
-        EXPECT_EQ(0, this->Card().ReadBinary(0x100, row.l, ab));
-    }
+    EXPECT_EQ(0, session.ReadBinaryFromCacheOnly(path, 0x1BE, 10, abAgain));
+    session.InvalidateCache();
+    EXPECT_EQ(-1, session.ReadBinaryFromCacheOnly(path, 0x1BE, 10, abAgain));
+    this->Piece("01 00 00", 0, 0); // asks the card also for nothing
+    EXPECT_EQ(0, session.ReadBinary(0x100, 0, ab));
 }
 
 TYPED_TEST(Binary, ReadingGoesOnWhereAShortAnswerStopped)

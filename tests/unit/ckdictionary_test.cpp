@@ -7,49 +7,35 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 
 namespace {
 
-TEST(DictItem, ANumberIsStoredAsFourBytes)
+TEST(DictItem, HoldsFourBytesOfANumberOrTerminatedTextOrNothing)
 {
-    const CKDictItem item(0x0A0B0C0DL);
+    CKDictItem item(0x0A0B0C0DL);
     EXPECT_EQ(4u, item.size());
     EXPECT_EQ(0x0A0B0C0DL, static_cast<long>(item));
     EXPECT_EQ(0, std::memcmp(static_cast<const unsigned char*>(item), "\x0D\x0C\x0B\x0A", 4));
     EXPECT_EQ(-2L, static_cast<long>(CKDictItem(-2L))) << "the sign is kept";
     EXPECT_EQ(1L, static_cast<long>(CKDictItem(0x7700000001L))) << "the high half is not";
-}
-
-TEST(DictItem, TextAndBytesReadBackTerminated)
-{
-    const unsigned char bytes[] = {'a', 0, 'b', 'c', 'd'};
-    CKDictItem item(bytes, 3);
+    item.assign(reinterpret_cast<const unsigned char*>("a\0bcd"), 3);
     EXPECT_EQ(3u, item.size());
     EXPECT_EQ(0, std::memcmp(static_cast<const unsigned char*>(item), "a\0b", 4));
     EXPECT_EQ(0L, static_cast<long>(item)) << "fewer than four bytes are no number";
     item.assign("hello");
     EXPECT_EQ(5u, item.size());
     EXPECT_STREQ("hello", static_cast<const char*>(item));
-}
-
-TEST(DictItem, EmptyReadsAsNothing)
-{
-    CKDictItem item("something");
-    const auto expectEmpty = [&item](const char* szHow) {
-        EXPECT_EQ(0u, item.size()) << szHow;
-        EXPECT_EQ(0L, static_cast<long>(item)) << szHow;
-        EXPECT_STREQ("", static_cast<const char*>(item)) << szHow;
-        EXPECT_EQ(nullptr, static_cast<const unsigned char*>(item)) << szHow;
+    for (const auto& empty : std::initializer_list<std::function<void()>>{
+             [&] { item.reset(); }, [&] { item.assign(""); }, [&] { item.assign(nullptr, 3); },
+             [&] { item.assign(static_cast<const char*>(nullptr)); }}) {
         item.assign(5L);
-    };
-    item.reset();
-    expectEmpty("reset");
-    item.assign("");
-    expectEmpty("empty text");
-    item.assign(static_cast<const char*>(nullptr));
-    expectEmpty("null text");
-    item.assign(nullptr, 3);
-    expectEmpty("null bytes");
+        empty();
+        EXPECT_EQ(0u, item.size());
+        EXPECT_EQ(0L, static_cast<long>(item));
+        EXPECT_STREQ("", static_cast<const char*>(item));
+        EXPECT_EQ(nullptr, static_cast<const unsigned char*>(item));
+    }
 }
 
 /// Calls through a pointer of which the compiler and the sanitizer know nothing.

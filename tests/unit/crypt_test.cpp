@@ -33,21 +33,6 @@ TEST(DesSchedule, HoldsTheGroupsOfOddAndEvenBoxes)
     }
 }
 
-TEST(Des3, AgreesWithLibcryptoOnSingleBlocks)
-{
-    for (int n = 0; n < 1000; ++n) {
-        const Bytes key = Random(24), block = Random(8);
-        unsigned int schedule[48][2];
-        Bytes ours = block;
-        des3key(schedule, key.data(), 0);
-        des3(schedule, ours.data());
-        EXPECT_EQ(libcrypto::TdesCbc(key, block, DES_ENCRYPT), ours);
-        des3key(schedule, key.data(), 1);
-        des3(schedule, ours.data());
-        EXPECT_EQ(block, ours);
-    }
-}
-
 TEST(Doencrypt, AgreesWithLibcryptoInPlaceAtEveryAlignment)
 {
     for (std::size_t nBlocks = 1; nBlocks <= 40; ++nBlocks) {

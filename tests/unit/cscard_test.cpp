@@ -49,18 +49,6 @@ TEST_F(Base, SelectionMovesThePathsByTheTypeOfTheFile)
     }
 }
 
-TEST_F(Base, RefusedSelectionLeavesThePaths)
-{
-    Ok("00 A4 00 0C 02 3F 00");
-    EXPECT_EQ(0, Card().PathSelect(nullptr, 2, 0));
-    card.Step("missing", "00 A4 00 0C 02 11 00", 0x6A82);
-    EXPECT_EQ(0x6A82, Card().SelectEx(0x1100, nullptr, eFidDF));
-    card.Step("reader", "00 A4 00 0C 02 11 00", SAnswer::Fail(SCARD_E_NOT_TRANSACTED));
-    EXPECT_EQ(SCARD_E_NOT_TRANSACTED, Card().SelectEx(0x1100, nullptr, eFidDF));
-    EXPECT_EQ("3F00", DF());
-    EXPECT_EQ("3F00", EF());
-}
-
 TEST_F(Base, SizeComesFromTheFciWithTheByteBehindItsField)
 {
     const struct {
@@ -99,6 +87,12 @@ TEST_F(Base, PathSelectWalksFromTheTopToTheFirstFailure)
     Ok("00 A4 00 0C 02 3F 00");
     card.Step("missing DF", "00 A4 00 0C 02 11 00", 0x6A82);
     EXPECT_EQ(0x6A82, Card().PathSelect(path, 3, 0));
+    card.Step("reader", "00 A4 00 0C 02 11 00", SAnswer::Fail(SCARD_E_NOT_TRANSACTED));
+    EXPECT_EQ(SCARD_E_NOT_TRANSACTED, Card().SelectEx(0x1100, nullptr, eFidDF));
+    EXPECT_EQ("3F00", DF());
+    EXPECT_EQ("3F00", EF());
+    Ok("00 A4 00 0C 02 3F 00");
+    EXPECT_EQ(0, Card().PathSelect(nullptr, 2, 0));
 }
 
 TEST_F(Base, ForcedSelectionTakesEveryFileForADF)

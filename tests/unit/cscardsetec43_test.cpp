@@ -3,7 +3,7 @@
 // The commands of Setec 4.3 sessions, byte by byte, and what is made of hostile answers.
 
 #include "cardlib/cscardsetec43.h"
-#include "tests/support/scripted_pcsc.h"
+#include "tests/support/session_test.h"
 
 #include <functional>
 #include <numeric>
@@ -11,21 +11,8 @@
 namespace {
 using scripted::Bytes;
 
-class Setec : public CScriptedTest {
+class Setec : public CSessionTest<CSCardSetec43> {
 protected:
-    void SetUp() override
-    {
-        SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &m_hContext);
-        char szReader[] = "Scripted Reader 00 00";
-        m_pCard = new CSCardSetec43(m_hContext, szReader);
-        ASSERT_TRUE(m_pCard->Create());
-    }
-    void TearDown() override
-    {
-        m_pCard->Release();
-        SCardReleaseContext(m_hContext);
-        CScriptedTest::TearDown();
-    }
     /// Bytes 01 02 03 ...
     static Bytes Counted(std::size_t cb)
     {
@@ -34,9 +21,6 @@ protected:
         return ab;
     }
     static std::string Hex(const Bytes& ab) { return scripted::ToHex(ab.data(), ab.size()); }
-
-    SCARDCONTEXT m_hContext = 0;
-    CSCardSetec43* m_pCard = nullptr;
 };
 
 TEST_F(Setec, CommandsGoOutByteByByte)
@@ -46,23 +30,23 @@ TEST_F(Setec, CommandsGoOutByteByByte)
         const char* szCommand;
         std::function<long()> call;
     } rows[] = {
-        {"00 C0 00 00 10", [&] { return m_pCard->GetResponse(0x10, nullptr); }},
+        {"00 C0 00 00 10", [&] { return Card().GetResponse(0x10, nullptr); }},
         {"00 22 41 B6 06 83 01 81 80 01 02",
-         [&] { return m_pCard->ManageSecurityEnvironment(0x01, 0x41B6, 0x02); }},
+         [&] { return Card().ManageSecurityEnvironment(0x01, 0x41B6, 0x02); }},
         {"00 22 41 B8 06 84 01 81 80 01 02",
-         [&] { return m_pCard->ManageSecurityEnvironment(0x81, 0x41B8, 0x02); }},
+         [&] { return Card().ManageSecurityEnvironment(0x81, 0x41B8, 0x02); }},
         {"00 2A 90 81 14 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12 13 14",
-         [&] { return m_pCard->PutHash(ab.data(), 20); }},
+         [&] { return Card().PutHash(ab.data(), 20); }},
         {"00 2A 90 81 14 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 00 00 00 00",
-         [&] { return m_pCard->PutHash(ab.data(), 16); }},
+         [&] { return Card().PutHash(ab.data(), 16); }},
         {"00 20 00 82 08 01 02 03 04 05 00 00 00",
-         [&] { return m_pCard->Verify(0x82, ab.data(), 5); }},
+         [&] { return Card().Verify(0x82, ab.data(), 5); }},
         {"00 20 00 82 08 01 02 03 04 05 06 07 08",
-         [&] { return m_pCard->Verify(0x82, longPin.data(), 12); }},
+         [&] { return Card().Verify(0x82, longPin.data(), 12); }},
         {"80 24 20 82 10 01 02 03 04 05 06 00 00 01 02 03 04 05 06 07 08",
-         [&] { return m_pCard->VerifyAndChange(0x82, ab.data(), 6, longPin.data(), 12); }},
+         [&] { return Card().VerifyAndChange(0x82, ab.data(), 6, longPin.data(), 12); }},
         {"80 24 20 82 10 01 02 03 04 05 06 07 08 01 02 03 04 05 00 00 00",
-         [&] { return m_pCard->VerifyAndChange(0x82, longPin.data(), 12, ab.data(), 5); }},
+         [&] { return Card().VerifyAndChange(0x82, longPin.data(), 12, ab.data(), 5); }},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.szCommand);
@@ -81,17 +65,17 @@ TEST_F(Setec, ArgumentsThatMissSomethingSendNothing)
 {
     Bytes ab = Counted(20);
     CK_ULONG ulRoom = 127;
-    EXPECT_EQ(-1, m_pCard->PutHash(ab.data(), 17));
-    EXPECT_EQ(-1, m_pCard->PutHash(nullptr, 20));
-    EXPECT_EQ(-1, m_pCard->Verify(1, nullptr, 5));
-    EXPECT_EQ(-1, m_pCard->VerifyAndChange(1, ab.data(), 5, nullptr, 5));
-    EXPECT_EQ(-1, m_pCard->ComputeSignature(ab.data(), nullptr));
-    EXPECT_EQ(336, m_pCard->ComputeSignature(ab.data(), &ulRoom));
-    EXPECT_EQ(0, m_pCard->ComputeSignature(nullptr, &ulRoom));
+    EXPECT_EQ(-1, Card().PutHash(ab.data(), 17));
+    EXPECT_EQ(-1, Card().PutHash(nullptr, 20));
+    EXPECT_EQ(-1, Card().Verify(1, nullptr, 5));
+    EXPECT_EQ(-1, Card().VerifyAndChange(1, ab.data(), 5, nullptr, 5));
+    EXPECT_EQ(-1, Card().ComputeSignature(ab.data(), nullptr));
+    EXPECT_EQ(336, Card().ComputeSignature(ab.data(), &ulRoom));
+    EXPECT_EQ(0, Card().ComputeSignature(nullptr, &ulRoom));
     EXPECT_EQ(128u, ulRoom);
-    EXPECT_EQ(-1, m_pCard->EncDec(0x8086, nullptr, 5, ab.data(), &ulRoom));
-    EXPECT_EQ(-1, m_pCard->EncDec(0x8086, ab.data(), 5, ab.data(), nullptr));
-    EXPECT_EQ(-1, m_pCard->ExportRSAPublicKey(1, nullptr));
+    EXPECT_EQ(-1, Card().EncDec(0x8086, nullptr, 5, ab.data(), &ulRoom));
+    EXPECT_EQ(-1, Card().EncDec(0x8086, ab.data(), 5, ab.data(), nullptr));
+    EXPECT_EQ(-1, Card().ExportRSAPublicKey(1, nullptr));
     EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
@@ -99,13 +83,13 @@ TEST_F(Setec, SuccessfulPinMarksTheCurrentFiles)
 {
     Bytes pin = Counted(5);
     card.Step("wrong", "00 20 00 01 08 01 02 03 04 05 00 00 00", 0x63C2);
-    EXPECT_EQ(0x63C2, m_pCard->Verify(1, pin.data(), 5));
-    EXPECT_FALSE(m_pCard->m_Current_DF_path.m_isPinVerified);
-    EXPECT_FALSE(m_pCard->m_Current_EF_path.m_isPinVerified);
+    EXPECT_EQ(0x63C2, Card().Verify(1, pin.data(), 5));
+    EXPECT_FALSE(Card().m_Current_DF_path.m_isPinVerified);
+    EXPECT_FALSE(Card().m_Current_EF_path.m_isPinVerified);
     card.Step("right", "00 20 00 01 08 01 02 03 04 05 00 00 00", 0x9000);
-    EXPECT_EQ(0, m_pCard->Verify(1, pin.data(), 5));
-    EXPECT_TRUE(m_pCard->m_Current_DF_path.m_isPinVerified);
-    EXPECT_TRUE(m_pCard->m_Current_EF_path.m_isPinVerified);
+    EXPECT_EQ(0, Card().Verify(1, pin.data(), 5));
+    EXPECT_TRUE(Card().m_Current_DF_path.m_isPinVerified);
+    EXPECT_TRUE(Card().m_Current_EF_path.m_isPinVerified);
 }
 
 TEST_F(Setec, SignatureIsTheFirst128BytesOfTheAnswer)
@@ -113,7 +97,7 @@ TEST_F(Setec, SignatureIsTheFirst128BytesOfTheAnswer)
     Bytes signature(129, 0xEE), expected = Counted(128);
     CK_ULONG ulRoom = 129;
     card.Step("sign", "00 2A 9E 9A 00", (Hex(expected) + " 90 00").c_str());
-    EXPECT_EQ(0, m_pCard->ComputeSignature(signature.data(), &ulRoom));
+    EXPECT_EQ(0, Card().ComputeSignature(signature.data(), &ulRoom));
     EXPECT_EQ(129u, ulRoom); // left as it was, on purpose
     expected.push_back(0xEE);
     EXPECT_EQ(expected, signature);
@@ -132,14 +116,14 @@ TEST_F(Setec, DeciphermentPutsAZeroByteBeforeTheData)
         EXPECT_EQ(Bytes(3, 0xEE), out);
         CK_ULONG ulLength = row.ulRoom;
         card.Step("decipher", decipher.c_str(), "AA BB CC 90 00");
-        EXPECT_EQ(row.lResult, m_pCard->EncDec(0x8086, data.data(), 128, row.pOut, &ulLength));
+        EXPECT_EQ(row.lResult, Card().EncDec(0x8086, data.data(), 128, row.pOut, &ulLength));
         EXPECT_EQ(3u, ulLength);
     }
     EXPECT_EQ((Bytes{0xAA, 0xBB, 0xCC}), out);
 
     CK_ULONG ulLength = 3;
     card.Step("encipher", "00 2A 86 80 02 01 02", 0x6A80);
-    EXPECT_EQ(0x6A80, m_pCard->EncDec(0x8680, data.data(), 2, out.data(), &ulLength));
+    EXPECT_EQ(0x6A80, Card().EncDec(0x8680, data.data(), 2, out.data(), &ulLength));
     EXPECT_EQ(3u, ulLength);
 }
 
@@ -156,7 +140,7 @@ TEST_F(Setec, PublicKeyIsFoundBehindTheSkipAndTurnedRound)
         const std::string answer = "00 00 00 00 00 00 00 00 " + std::string(row.szOrder) +
                                    " 00 03 00 AA AA AA " + Hex(row.onTheWire) + " 90 00";
         card.Step("export", "80 F0 9C 00 01 07", answer.c_str());
-        EXPECT_EQ(0, m_pCard->ExportRSAPublicKey(7, out.data()));
+        EXPECT_EQ(0, Card().ExportRSAPublicKey(7, out.data()));
         EXPECT_EQ(modulus, out);
     }
 }
@@ -165,27 +149,16 @@ TEST_F(Setec, PublicKeyBeyondTheReceiveBufferIsRefused)
 {
     Bytes out(128, 0xEE);
     card.Step("export", "80 F0 9C 00 01 07", "00 00 00 00 00 00 00 00 00 00 75 00 90 00");
-    EXPECT_EQ(0x6F00, m_pCard->ExportRSAPublicKey(7, out.data()));
+    EXPECT_EQ(0x6F00, Card().ExportRSAPublicKey(7, out.data()));
     EXPECT_EQ(Bytes(128, 0xEE), out);
 }
 
-TEST_F(Setec, IsAPlainSessionWithAName)
+TEST_F(Setec, HasANameAndNeedsACardToConnectTo)
 {
-    EXPECT_STREQ("Setec/43", m_pCard->GetModelName());
-    card.Step("select", "00 A4 00 0C 02 11 11", 0x9000);
-    EXPECT_EQ(0, m_pCard->SelectEx(0x1111, nullptr, 1));
-}
-
-TEST(SetecSession, NeedsACardToConnectTo)
-{
-    CScriptedPcsc pcsc;
-    pcsc.RemoveCard();
-    SCARDCONTEXT hContext = 0;
-    SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &hContext);
-    char szReader[] = "Scripted Reader 00 00";
-    auto* pCard = new CSCardSetec43(hContext, szReader);
-    EXPECT_FALSE(pCard->Create());
-    EXPECT_EQ(-1, pCard->GetResponse(0, nullptr));
-    EXPECT_EQ(0, pCard->Release());
+    EXPECT_STREQ("Setec/43", Card().GetModelName());
+    CSCardSetec43 session(m_hContext, const_cast<char*>(SCRIPTED_READER));
+    card.RemoveCard();
+    EXPECT_FALSE(session.Create());
+    EXPECT_EQ(-1, session.GetResponse(0, nullptr));
 }
 } // namespace

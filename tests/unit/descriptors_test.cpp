@@ -21,6 +21,14 @@ const std::string kBsoHead = "83 02 2C 1A 85 08 01 02 03 04 05 06 07 08 ";
 const std::string kBsoAccess = "B0 B1 B2 B3 B4 B5 B6 B7";
 const std::string kBsoSm = " 8B 10 C0 C1 C2 C3 C4 C5 C6 C7 C8 C9 CA CB CC CD CE CF";
 
+/// Gives the bytes of adjoining members consecutive values: the order in a descriptor's memory is
+/// that of the body.
+__attribute__((noinline)) void Number(CK_BYTE* pbFirst, std::size_t cb, CK_BYTE bValue)
+{
+    CK_BYTE* volatile pb = pbFirst; // the compiler would see the end of one member
+    std::iota(pb, pb + cb, bValue);
+}
+
 void FillCommon(_M4_FileInfo_common& info)
 {
     info.size = 0x1234;
@@ -29,43 +37,14 @@ void FillCommon(_M4_FileInfo_common& info)
     info.fid = 0x5015;
     info.flags = 0x7F;
     info.DF_Body_size = 0x0102;
-    CK_BYTE b = 0xA0;
-    for (CK_BYTE* p :
-         {&info.AC_READ, &info.AC_UPDATE, &info.AC_APPEND, &info.AC_DEACTIVATE, &info.AC_ACTIVATE,
-          &info.AC_DELETE, &info.AC_ADMIN, &info.AC_CREATE, &info.AC_DECREASE})
-        *p = b++;
+    Number(&info.AC_READ, 9, 0xA0);
 }
 
 _M4_FileInfo_SM FilledSm()
 {
     _M4_FileInfo_SM info;
     FillCommon(info);
-    CK_BYTE b = 1;
-    for (CK_BYTE* p : {&info.SM_rfu1,
-                       &info.SM_SIG_READ_OUT,
-                       &info.SM_ENC_UPDATE_APPEND,
-                       &info.SM_SIG_UPDATE,
-                       &info.SM_rfu5,
-                       &info.SM_SIG_APPEND,
-                       &info.SM_rfu7,
-                       &info.SM_rfu8,
-                       &info.SM_rfu9,
-                       &info.SM_rfu10,
-                       &info.SM_ENC_DELETE,
-                       &info.SM_rfu12,
-                       &info.SM_ENC_ADMIN,
-                       &info.SM_SIG_ADMIN,
-                       &info.SM_ENC_CREATE,
-                       &info.SM_SIG_INCREASE_IN,
-                       &info.SM_ENC_DECREASE_IN,
-                       &info.SM_rfu18,
-                       &info.SM_ENC_GENKEY,
-                       &info.SM_SIG_INCREASE_OUT,
-                       &info.SM_ENC_DECREASE_OUT,
-                       &info.SM_rfu22,
-                       &info.SM_ENC_READ_IN,
-                       &info.SM_rfu24})
-        *p = b++;
+    Number(&info.SM_rfu1, 24, 1);
     return info;
 }
 
@@ -77,18 +56,9 @@ void FillBso(_M4_BSO_info& info)
     for (CK_BYTE* p : {&info.Options, &info.Flags, &info.AlgoId, &info.ErrCnt, &info.UseCount,
                        &info.Dek, &info.Ara_Counter, &info.MinLen})
         *p = b++;
-    b = 0xB0;
-    for (CK_BYTE* p : {&info.AC_USE, &info.AC_CHANGE, &info.AC_UNBLOCK, &info.AC_rfu4,
-                       &info.AC_rfu5, &info.AC_rfu6, &info.AC_GENKEY, &info.AC_SIGNDEC})
-        *p = b++;
-    b = 0xC0;
-    for (CK_BYTE* p :
-         {&info.SM_ENC_USE_IN, &info.SM_SIG_USE_IN, &info.SM_ENC_CHANGE, &info.SM_SIG_CHANGE,
-          &info.SM_ENC_UNBLOCK, &info.SM_SIG_UNBLOCK, &info.SM_rfu7, &info.SM_rfu8, &info.SM_rfu9,
-          &info.SM_rfu10, &info.SM_rfu11, &info.SM_rfu12, &info.SM_rfu13, &info.SM_rfu14,
-          &info.SM_ENC_USE_OUT, &info.SM_SIG_USE_OUT})
-        *p = b++;
-    std::iota(info.pObjectData, info.pObjectData + 4, CK_BYTE{0xD0});
+    Number(&info.AC_USE, 8, 0xB0);
+    Number(&info.SM_ENC_USE_IN, 16, 0xC0);
+    Number(info.pObjectData, 4, 0xD0);
     info.ObjectDataLen = 4;
 }
 

@@ -121,13 +121,13 @@ protected:
     {
         CScriptedPcsc pcsc;
         SRun run;
-        for (int i = 0; i < MAX_EXCHANGES; ++i)
-            pcsc.Compute("exchange", [&, i](const scripted::Bytes& command) {
-                if (i + 1 == MAX_EXCHANGES)
-                    pcsc.RemoveCard();
-                const bool bFault = iFault != NEVER && (bLasts ? i >= iFault : i == iFault);
-                return run.Exchange(command, bFault ? &fault : nullptr);
-            });
+        pcsc.Otherwise([&](const scripted::Bytes& command) {
+            const int i = run.nExchanges;
+            if (i + 1 == MAX_EXCHANGES)
+                pcsc.RemoveCard();
+            const bool bFault = iFault != NEVER && (bLasts ? i >= iFault : i == iFault);
+            return run.Exchange(command, bFault ? &fault : nullptr);
+        });
         if (szFailing)
             pcsc.FailCall(szFailing, SCARD_E_NO_SERVICE);
         run.lResult = GetParam().call();

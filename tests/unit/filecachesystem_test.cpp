@@ -95,17 +95,6 @@ TEST_F(FileCache, TheMasterFileInFrontMakesNoDifference)
     EXPECT_EQ("-", Read(file, 1, 2));
 }
 
-TEST_F(FileCache, AHitPointsAtTheFirstByteWanted)
-{
-    Put(file, 0, Counting(100));
-    EXPECT_EQ(0, Get(file, 40, 50));
-    EXPECT_EQ(40, *pData);
-    EXPECT_EQ(0, bPartial);
-    EXPECT_EQ(CFileCacheSystem::MISS, Get(file, 100, 1));
-    EXPECT_EQ(CFileCacheSystem::MISS, Get(Path({0x1103}), 0, 1));
-    EXPECT_EQ(CFileCacheSystem::MISS, Get(file, 200000, -150000)) << "no such length";
-}
-
 TEST_F(FileCache, APartIsReportedAfterTheLongestCandidateWithTheLastChunksOffsets)
 {
     Put(file, 0, Counting(100));
@@ -174,6 +163,7 @@ TEST_F(FileCache, ProtectedDataIsServedOnlyToAVerifiedPin)
     const DFEF_Path verified = Path({0x1100, 0x1102}, true);
     Put(verified, 0, Counting(10));
     EXPECT_EQ(CFileCacheSystem::PIN_REQUIRED, Get(file, 0, 4));
+    EXPECT_EQ(CFileCacheSystem::MISS, Get(verified, 200000, -150000)) << "no such length";
     EXPECT_FALSE(cache.isCached(file, 0, 4));
     EXPECT_TRUE(cache.isCached(verified, 0, 4));
     EXPECT_EQ("00 01", Read(verified, 0, 2));
@@ -221,15 +211,11 @@ TEST_F(FileCache, ASelectionIsRememberedOnceWithItsFirstFlags)
     cache.RemoveSelect(Path({0x1100}));
     EXPECT_FALSE(cache.isSelectCached(path)) << "it was kept once";
     EXPECT_FALSE(cache.GetSelect(path).m_bExists);
-}
-
-TEST_F(FileCache, ClearForgetsBytesAndSelections)
-{
+    cache.PutSelect(path);
     Put(file, 0, Counting(4));
-    cache.PutSelect(file);
     cache.Clear();
+    EXPECT_FALSE(cache.isSelectCached(path));
     EXPECT_EQ("-", Read(file, 0, 4));
-    EXPECT_FALSE(cache.isSelectCached(file));
 }
 
 TEST_F(FileCache, DisabledItHoldsAndAnswersNothing)

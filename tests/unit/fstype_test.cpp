@@ -7,8 +7,6 @@
 #include "tests/support/selections.h"
 
 namespace {
-using Lines = std::vector<std::string>;
-
 TEST(AtrCmp, ComparesUnderTheMask)
 {
     const struct {
@@ -125,18 +123,6 @@ TEST_F(FileSystemType, NothingIsSentWithoutCardAndTransaction)
     EXPECT_EQ(-2, Detect());
     EXPECT_EQ(UNTOUCHED, m_lType);
     EXPECT_EQ(0u, card.Count("Transmit"));
-}
-
-TEST_F(FileSystemType, TransactionEndsAfterTheDisconnectOnPurpose)
-{
-    ExpectSelections(card, "3F00 1100 3F00 1400 3F00 1112!");
-    EXPECT_EQ(0, Detect());
-    EXPECT_EQ((Lines{"EstablishContext", "ListReaders", "Connect Scripted Reader 00 00",
-                     "BeginTransaction", "Transmit select 3F00", "Transmit select 1100",
-                     "Transmit select 3F00", "Transmit select 1400", "Transmit select 3F00",
-                     "Transmit select 1112!", "Disconnect", "FreeMemory", "ReleaseContext",
-                     "EndTransaction -> 80100003"}),
-              card.LogWithout("Status"));
 }
 
 TEST_F(FileSystemType, CardPulledMidwayEndsWithTheSessionsOwnResult)

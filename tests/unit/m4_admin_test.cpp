@@ -35,40 +35,27 @@ protected:
 TEST_F(M4Admin, LifeCycleIsSwitchedFromOperationalAloneAndBack)
 {
     const struct {
-        const char* szWhat;
+        int nBefore; ///< the life cycle to go back to; 0: the switch itself
         SAnswer lifeCycle;
-        std::vector<int> toggles; // answers to the toggle, if it comes
-        long lSwitch;
+        int nToggle; ///< the answer to the toggle; 0: it does not come
+        long lResult;
     } rows[] = {
-        {"operational", "10 90 00", {0x9000}, 0},
-        {"toggle refused", "10 90 00", {0x6985}, 0x6985},
-        {"already administration", "20 90 00", {}, 0},
-        {"another", "34 90 00", {}, -1},
-        {"not told", 0x6A88, {}, 0x6A88},
+        {0, "10 90 00", 0x9000, 0},    {0, "10 90 00", 0x6985, 0x6985},
+        {0, "20 90 00", 0, 0}, // already administration
+        {0, "34 90 00", 0, -1},        {0, 0x6A88, 0, 0x6A88},
+        {0x10, "20 90 00", 0x9000, 0}, {0x10, "20 90 00", 0x6985, 0x6985},
+        {0x20, "20 90 00", 0, 0}, // was there before the switch
+        {0x10, "10 90 00", 0, 0},      {0x10, "34 90 00", 0, 0},
+        {0x10, 0x6A88, 0, 0x6A88},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.szWhat);
         card.Step("read", "00 CA 01 83 00", row.lifeCycle);
-        for (const int nSw : row.toggles)
-            card.Step("toggle", "80 10 00 00 00", nSw);
-        EXPECT_EQ(row.lSwitch, Card().SwitchToAdminLifeCycle());
-    }
-
-    const struct {
-        CK_BYTE bBefore;
-        SAnswer lifeCycle;
-        std::vector<int> toggles;
-        long lRevert;
-    } reverts[] = {{0x10, "20 90 00", {0x9000}, 0}, {0x10, "20 90 00", {0x6985}, 0x6985},
-                   {0x20, "20 90 00", {}, 0}, // was there before the switch
-                   {0x10, "10 90 00", {}, 0},       {0x10, "34 90 00", {}, 0},
-                   {0x10, 0x6A88, {}, 0x6A88}};
-    for (const auto& row : reverts) {
-        Card().m_PreviousLcycle = row.bBefore;
-        card.Step("read", "00 CA 01 83 00", row.lifeCycle);
-        for (const int nSw : row.toggles)
-            card.Step("toggle", "80 10 00 00 00", nSw);
-        EXPECT_EQ(row.lRevert, Card().RevertFromAdminLifeCycle());
+        if (row.nToggle != 0)
+            card.Step("toggle", "80 10 00 00 00", row.nToggle);
+        if (row.nBefore != 0)
+            Card().m_PreviousLcycle = static_cast<CK_BYTE>(row.nBefore);
+        EXPECT_EQ(row.lResult, row.nBefore == 0 ? Card().SwitchToAdminLifeCycle()
+                                                : Card().RevertFromAdminLifeCycle());
     }
 }
 

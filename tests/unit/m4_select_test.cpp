@@ -26,14 +26,6 @@ protected:
     }
 };
 
-TEST_F(M4Select, FreshSessionGoesToTheMFFirst)
-{
-    SelectMF();
-    EXPECT_EQ("3F00 DF", DF());
-    EXPECT_EQ("3F00 DF", EF());
-    EXPECT_EQ("DF --", Physical());
-}
-
 TEST_F(M4Select, KnownFilesNeedNoCommandUntilTheCardMustStandThere)
 {
     SelectMF();

@@ -3,9 +3,8 @@
 // CardOS M4: connecting, the plain transport with its attempts, and the try guard in both
 // transports.
 
-#include "cardlib/ckdictionary.h"
 #include "cardlib/scardcardosm4.h"
-#include "pindesk/PinDesk.h"
+#include "tests/support/operation_test.h"
 #include "tests/support/session_test.h"
 
 namespace {
@@ -114,16 +113,6 @@ TEST_F(M4Transport, SessionEndsForgettingPositionAndCacheAndCanBeginAgain)
     EXPECT_STREQ("M4", Card().GetModelName());
 }
 
-TEST_F(M4Transport, LongReaderNamesAreConnectedWhole)
-{
-    const std::string name(100, 'R');
-    card.Readers({{name}});
-    std::string argument = name;
-    CSCardCardOSM4 session(m_hContext, argument.data());
-    EXPECT_TRUE(session.Create());
-    EXPECT_EQ(std::string(63, 'R'), session.m_readerName);
-}
-
 TEST_F(M4Transport, VersionIsToldByTheTwoBytesInFrontOfTheStatusWord)
 {
     const struct {
@@ -139,21 +128,9 @@ TEST_F(M4Transport, VersionIsToldByTheTwoBytesInFrontOfTheStatusWord)
     }
 }
 
-/// Switches the try guard on for a test.
+/// With the try guard switched on.
 class TryGuard : public M4Transport {
-protected:
-    void SetUp() override
-    {
-        M4Transport::SetUp();
-        PINDESK_ChangeSetting("SETTING_TRY_GUARD", 1);
-    }
-    void TearDown() override
-    {
-        const auto entry = g_settings_dict.find("SETTING_TRY_GUARD");
-        entry->second->Destroy();
-        g_settings_dict.erase("SETTING_TRY_GUARD");
-        M4Transport::TearDown();
-    }
+    const CSetting m_guard{"SETTING_TRY_GUARD", 1};
 };
 
 constexpr const char* kSecretCommands[] = {
@@ -207,14 +184,11 @@ TEST_F(TryGuard, HoldsForTheBaseTransportAndItsRememberedCommand)
     }
 }
 
-TEST_F(TryGuard, ReadingTheSettingDoesNotAddIt)
+TEST_F(M4Transport, HasNoTryGuardAndAddsNoSettingWithoutOne)
 {
-    g_settings_dict.find("SETTING_TRY_GUARD")->second->Destroy();
-    g_settings_dict.erase("SETTING_TRY_GUARD");
-    card.Step("as without the guard", kSecretCommands[0], "");
+    card.Step("first", kSecretCommands[0], "");
     card.Step("second", kSecretCommands[0], 0x9000);
     EXPECT_EQ(0, Send(kSecretCommands[0]));
     EXPECT_EQ(0u, g_settings_dict.count("SETTING_TRY_GUARD"));
-    PINDESK_ChangeSetting("SETTING_TRY_GUARD", 0);
 }
 } // namespace

@@ -49,36 +49,24 @@ TEST_F(Serial, CardWithNeitherFileGivesItsStatusWord)
 
 TEST_F(Serial, FailuresAfterTheConnectionHaveTheirOwnCodes)
 {
+    using Steps = std::vector<const char*>;
+    const Steps identity = {"00 A4 08 0C 02 3F 00", "00 A4 00 0C 02 3F 00 FF",
+                            "00 A4 09 0C 02 10 00 FF", "00 A4 09 0C 02 10 03 FF", "00 B0 00 00 10"};
     const struct {
-        std::vector<std::pair<const char*, SAnswer>> steps;
+        std::size_t iFailing;
         long lResult;
-    } rows[] = {
-        {{{"00 A4 08 0C 02 3F 00", 0x6985}}, -4},
-        {{{"00 A4 08 0C 02 3F 00", 0x9000}, {"00 A4 00 0C 02 3F 00 FF", 0x6985}}, -4},
-        {{{"00 A4 08 0C 02 3F 00", 0x9000},
-          {"00 A4 00 0C 02 3F 00 FF", 0x9000},
-          {"00 A4 09 0C 02 10 00 FF", 0x9000},
-          {"00 A4 09 0C 02 10 03 FF", 0x6A82}},
-         -4},
-        {{{"00 A4 08 0C 02 3F 00", 0x9000},
-          {"00 A4 00 0C 02 3F 00 FF", 0x9000},
-          {"00 A4 09 0C 02 10 00 FF", 0x9000},
-          {"00 A4 09 0C 02 10 03 FF", 0x9000},
-          {"00 B0 00 00 10", 0x6982}},
-         -66},
-        {{{"00 A4 08 0C 02 3F 00", 0x9000},
-          {"00 A4 00 0C 02 3F 00 FF", 0x9000},
-          {"00 A4 09 0C 02 10 00 FF", 0x6A82},
-          {"00 A4 09 0C 02 2F 02 FF", 0x9000},
-          {"00 B0 00 12 08", 0x6B00}},
-         -66},
-    };
+    } rows[] = {{0, -4}, {1, -4}, {3, -4}, {4, -66}};
+    char szSerial[17];
     for (const auto& row : rows) {
-        for (const auto& [szCommand, answer] : row.steps)
-            Step(szCommand, answer);
-        char szSerial[17];
+        for (std::size_t i = 0; i <= row.iFailing; ++i)
+            Step(identity[i], i == row.iFailing ? 0x6985 : 0x9000);
         EXPECT_EQ(row.lResult, CNS_GetSerial(1, szSerial));
     }
+    SelectMF();
+    Step(identity[2], 0x6A82);
+    Step("00 A4 09 0C 02 2F 02 FF");
+    Step("00 B0 00 12 08", 0x6B00);
+    EXPECT_EQ(-66, CNS_GetSerial(1, szSerial));
 }
 
 TEST_F(Serial, SettingsNameTheFilesByTheirLow16Bits)

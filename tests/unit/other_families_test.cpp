@@ -74,15 +74,6 @@ TEST_F(Unblock, NoResetIsSentWhereTheDirectoryIsMissing)
     EXPECT_EQ(-4, M4());
 }
 
-TEST_F(Unblock, AsksForFileControlInformationOnceTheMfWasRefusedWithout)
-{
-    ExpectSelections(card, "3F00! fci 3F00~ 1111~");
-    ExpectReset("80 24 30 96", STARCOS_DATA, 0x9000);
-    ExpectSelections(card, "fci 3F00 DF01");
-    ExpectReset("80 24 30 9A", STARCOS_DATA, 0x9000);
-    EXPECT_EQ(0, Starcos());
-}
-
 TEST_F(Unblock, LongValuesFillTheDataFieldAndNothingElse)
 {
     const std::string puk(300, '5'), pin(12, '6');

@@ -93,26 +93,26 @@ Bytes Block(std::size_t nZero)
     return block;
 }
 
-TEST(Pkcs1Unpad, TakesWhatFollowsTheFirstZero)
+TEST(Pkcs1Unpad, TakesWhatFollowsTheFirstZeroIfThereIsRoomForIt)
 {
-    Bytes data(128);
-    int cb = 128;
-    EXPECT_TRUE(PKCS1UnPad(Block(100).data(), 128, data.data(), &cb));
-    EXPECT_EQ(27, cb);
-    EXPECT_EQ(Bytes(27, 0x55), Bytes(data.begin(), data.begin() + 27));
-    EXPECT_TRUE(PKCS1UnPad(Block(2).data(), 128, nullptr, &cb));
-    EXPECT_EQ(125, cb) << "no padding at all is accepted";
-    EXPECT_TRUE(PKCS1UnPad(Block(127).data(), 128, data.data(), &cb));
-    EXPECT_EQ(0, cb);
-}
-
-TEST(Pkcs1Unpad, AsksForMoreRoomWithoutCopying)
-{
-    Bytes data(10, 0xEE);
-    int cb = 10;
-    EXPECT_TRUE(PKCS1UnPad(Block(100).data(), 128, data.data(), &cb));
-    EXPECT_EQ(27, cb);
-    EXPECT_EQ(Bytes(10, 0xEE), data);
+    const struct {
+        std::size_t nZero;
+        int cbRoom;
+        int cbData;
+    } rows[] = {{100, 128, 27},
+                {100, 27, 27},
+                {100, 26, 27},
+                {127, 128, 0},
+                {2, 128, 125}}; // no padding at all is accepted
+    for (const auto& row : rows) {
+        Bytes data(128, 0xEE), expected(128, 0xEE);
+        if (row.cbRoom >= row.cbData)
+            std::fill_n(expected.begin(), row.cbData, 0x55);
+        int cb = row.cbRoom;
+        EXPECT_TRUE(PKCS1UnPad(Block(row.nZero).data(), 128, data.data(), &cb));
+        EXPECT_EQ(row.cbData, cb);
+        EXPECT_EQ(expected, data);
+    }
 }
 
 TEST(Pkcs1Unpad, RefusesOtherBlocks)

@@ -36,17 +36,4 @@ TEST(Secret, LeavesNothingBehind)
     EXPECT_EQ(Bytes(sizeof memory), Bytes(memory, memory + sizeof memory));
 }
 
-TEST(WipedArray, OwnsUntilReleased)
-{
-    CWipedArray array = CWipedArray::Zeroed(4);
-    ASSERT_TRUE(array);
-    std::uint8_t* const pb = array.data();
-    CWipedArray other = std::move(array);
-    EXPECT_EQ(4U, other.size());
-    const std::unique_ptr<std::uint8_t[]> released(other.Release());
-    EXPECT_EQ(pb, released.get());
-    EXPECT_FALSE(other);
-    EXPECT_EQ(0U, other.size());
-}
-
 } // namespace

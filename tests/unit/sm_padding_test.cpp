@@ -84,20 +84,6 @@ TEST(Unpadding, FindsTheLast80AndForgivesWhatFollows)
     EXPECT_EQ(NO_PADDING, IsoPadded_GetUnpaddedLen(nullptr, 8));
 }
 
-TEST(PaddedCipher, AgreesWithLibcryptoAndComesBack)
-{
-    for (std::size_t cb = 0; cb <= 48; ++cb) {
-        const Bytes key = Random(24), data = Random(cb);
-        unsigned long cbBuffer = cb;
-        unsigned char* pb = DES3_IsoPadded(key.data(), data.data(), &cbBuffer);
-        const Bytes cipher = Take(pb, cbBuffer);
-        EXPECT_EQ(libcrypto::TdesCbc(key, libcrypto::IsoPadded(data), DES_ENCRYPT), cipher);
-
-        pb = UNDES3_IsoPadded(key.data(), cipher.data(), &cbBuffer);
-        EXPECT_EQ(data, Take(pb, cbBuffer));
-    }
-}
-
 TEST(PaddedCipher, BadPaddingGivesNullAndTheErrorLength)
 {
     const Bytes key = Random(24);
@@ -111,19 +97,6 @@ TEST(PaddedCipher, BadPaddingGivesNullAndTheErrorLength)
     EXPECT_EQ(nullptr, UNDES3_IsoPadded(nullptr, unpadded.data(), &cb));
     EXPECT_EQ(nullptr, DES3_IsoPadded(nullptr, unpadded.data(), &cb));
     EXPECT_EQ(8U, cb);
-}
-
-TEST(RetailMac, AgreesWithLibcryptoAtEveryLengthAndAlignment)
-{
-    for (std::size_t cb = 1; cb <= 80; ++cb) {
-        const Bytes key = Random(24), buffer = Random(cb + 8);
-        for (std::size_t nOffset = 0; nOffset < 8; ++nOffset) {
-            const unsigned char* const pMessage = &buffer[nOffset];
-            Bytes mac(8);
-            MAC3_AnsiPadded(key.data(), pMessage, cb, mac.data());
-            EXPECT_EQ(libcrypto::RetailMac(key, {pMessage, pMessage + cb}), mac);
-        }
-    }
 }
 
 TEST(RetailMac, LeavesItsOutputWithoutInput)

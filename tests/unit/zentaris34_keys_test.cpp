@@ -46,27 +46,19 @@ protected:
         }
     }
 
-    static void Read(Flow& flow, const scripted::Bytes& data)
+    /// READ BINARY (B0) or UPDATE BINARY (D6) of the data in pieces.
+    static void Pieces(Flow& flow, std::uint8_t ins, const scripted::Bytes& data)
     {
         for (std::size_t i = 0; i < data.size(); i += 64) {
-            scripted::Bytes piece(data.begin() + static_cast<long>(i),
-                                  data.begin() + static_cast<long>(std::min(i + 64, data.size())));
-            const std::uint8_t command[] = {0x00, 0xB0, static_cast<std::uint8_t>(i >> 8),
-                                            static_cast<std::uint8_t>(i),
-                                            static_cast<std::uint8_t>(piece.size())};
-            piece.insert(piece.end(), {0x90, 0x00});
-            flow.push_back({scripted::ToHex(command, 5), piece});
-        }
-    }
-    static void Write(Flow& flow, const scripted::Bytes& data)
-    {
-        for (std::size_t i = 0; i < data.size(); i += 64) {
-            const std::size_t cb = std::min<std::size_t>(64, data.size() - i);
-            const std::uint8_t command[] = {0x00, 0xD6, static_cast<std::uint8_t>(i >> 8),
-                                            static_cast<std::uint8_t>(i),
-                                            static_cast<std::uint8_t>(cb)};
-            flow.push_back(
-                {scripted::ToHex(command, 5) + scripted::ToHex(data.data() + i, cb), 0x9000});
+            const auto cb = static_cast<std::uint8_t>(std::min<std::size_t>(64, data.size() - i));
+            const std::uint8_t header[] = {0x00, ins, static_cast<std::uint8_t>(i >> 8),
+                                           static_cast<std::uint8_t>(i), cb};
+            const std::string command = scripted::ToHex(header, 5);
+            const std::string piece = scripted::ToHex(&data[i], cb);
+            if (ins == 0xB0)
+                flow.push_back({command, (piece + "90 00").c_str()});
+            else
+                flow.push_back({command + piece, 0x9000});
         }
     }
     /// Deletes and creates a scratch file that everybody may use.
@@ -96,10 +88,10 @@ TEST_F(Zentaris34Keys, SignatureGoesThroughItsFile)
         block.resize(255);
         const auto signature = Numbered(256);
         Flow flow{{"00 A4 09 0C 02 81 1F FF", 0x9000}};
-        Write(flow, block);
+        Pieces(flow, 0xD6, block);
         flow.push_back({"00 2A 9E 9A 02 81 1F", 0x9000});
         flow.push_back({"00 A4 09 0C 02 81 1F FF", 0x9000});
-        Read(flow, signature);
+        Pieces(flow, 0xB0, signature);
         Sweep(flow, {}, [&] {
             CK_BYTE ab[256];
             CK_ULONG cb = sizeof ab;
@@ -114,21 +106,6 @@ TEST_F(Zentaris34Keys, SignatureGoesThroughItsFile)
     }
 }
 
-TEST_F(Zentaris34Keys, SignatureArgumentsAreRefusedWithoutACommand)
-{
-    CK_BYTE ab[256] = {};
-    CK_ULONG cb = 255;
-    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 20, ab, nullptr));
-    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 246, ab, &cb));
-    EXPECT_EQ(255u, cb);
-    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 20, ab, &cb));
-    EXPECT_EQ(256u, cb);
-    cb = 0;
-    EXPECT_EQ(0, Card().ComputeSignature2048(ab, 20, nullptr, &cb));
-    EXPECT_EQ(256u, cb);
-    EXPECT_EQ(0u, card.Count("Transmit"));
-}
-
 TEST_F(Zentaris34Keys, DeciphermentLeavesNoScratchFile)
 {
     auto cipher = Numbered(256);
@@ -137,11 +114,11 @@ TEST_F(Zentaris34Keys, DeciphermentLeavesNoScratchFile)
     Scratch(flow, "FF 01", "01 00");
     Scratch(flow, "FF 02", "01 00");
     flow.push_back({"00 A4 09 0C 02 FF 02 FF", 0x9000, true}); // brings the new file in line
-    Write(flow, cipher);
+    Pieces(flow, 0xD6, cipher);
     flow.push_back({"00 A4 09 0C 02 FF 01 FF", 0x9000});
     flow.push_back({"00 2A 80 86 02 FF 02", 0x9000});
     flow.push_back({"00 A4 09 0C 02 FF 02 FF", 0x9000});
-    Read(flow, plain);
+    Pieces(flow, 0xB0, plain);
     Sweep(flow, m_bothGone, [&] {
         CK_BYTE ab[256];
         CK_ULONG cb = sizeof ab;
@@ -151,7 +128,7 @@ TEST_F(Zentaris34Keys, DeciphermentLeavesNoScratchFile)
     });
 }
 
-TEST_F(Zentaris34Keys, DeciphermentArgumentsAreRefusedBeforeAnyScratchFile)
+TEST_F(Zentaris34Keys, ArgumentsAreRefusedWithoutACommand)
 {
     CK_BYTE ab[256] = {};
     CK_ULONG cb = 255;
@@ -162,6 +139,13 @@ TEST_F(Zentaris34Keys, DeciphermentArgumentsAreRefusedBeforeAnyScratchFile)
     EXPECT_EQ(256u, cb);
     EXPECT_EQ(eM4Error_invalid_args, Card().EncDec2048(0x8086, ab, 255, ab, &cb));
     EXPECT_EQ(eM4Error_invalid_args, Card().EncDec2048(0x8680, ab, 256, ab, &cb));
+    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 20, ab, nullptr));
+    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 246, ab, &cb));
+    EXPECT_EQ(256u, std::exchange(cb, 255));
+    EXPECT_EQ(eM4Error_invalid_args, Card().ComputeSignature2048(ab, 20, ab, &cb));
+    EXPECT_EQ(256u, std::exchange(cb, 0));
+    EXPECT_EQ(0, Card().ComputeSignature2048(ab, 20, nullptr, &cb));
+    EXPECT_EQ(256u, cb);
     EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
@@ -182,7 +166,7 @@ TEST_F(Zentaris34Keys, KeyIsLoadedThroughAFileWithTheCoefficientBeforeTheExponen
                   {"B0 DF 27 05 00", nExtended}};
         Create(flow, "FF 02", "02 88");
         flow.push_back({"00 A4 09 0C 02 FF 02 FF", 0x9000, true});
-        Write(flow, key);
+        Pieces(flow, 0xD6, key);
         flow.push_back({"B0 DE 27 05 00", 0x9000});
         Sweep(flow, {{"00 E4 00 00 02 FF 02", 0x9000}}, [&] {
             return Card().CreateRsa2048Key(&info, pb, pb + 128, pb + 384, pb + 512, pb + 256,
