@@ -22,6 +22,8 @@ static_assert(SAME(OK) && SAME(NO_CONTEXT) && SAME(NO_READER) && SAME(NO_CARD) &
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 struct SJavaString : _jstring {
     const char* sz; // null: the virtual machine has no memory for its bytes
 };
@@ -98,9 +100,8 @@ TEST_F(PinDeskJni, StringsReachTheirPlacesAndAreGivenBackInTheOrderTheyWereTaken
         SCOPED_TRACE(method.szName);
         EXPECT_EQ(method.lFirstLength, Call(method, 1, "1234", "123456"));
         EXPECT_EQ(method.lSecondLength, Call(method, 1, "12345", "123456789"));
-        EXPECT_EQ((std::vector<std::string>{"get 1234", "get 123456", "release 1234",
-                                            "release 123456", "get 12345", "get 123456789",
-                                            "release 12345", "release 123456789"}),
+        EXPECT_EQ((Lines{"get 1234", "get 123456", "release 1234", "release 123456", "get 12345",
+                         "get 123456789", "release 12345", "release 123456789"}),
                   vm.TakeLog());
     }
     EXPECT_TRUE(card.Log().empty());
@@ -127,18 +128,16 @@ TEST_F(PinDeskJni, AStringThatIsEmptyNullOrWithoutMemoryCountsAsNotGiven)
         SCOPED_TRACE(method.szName);
         SJavaString text{{}, "12345"};
         EXPECT_EQ(method.lFirstMissing, Call(method, 1, "", "12345"));
-        EXPECT_EQ((std::vector<std::string>{"get ", "get 12345", "release ", "release 12345"}),
-                  vm.TakeLog());
+        EXPECT_EQ((Lines{"get ", "get 12345", "release ", "release 12345"}), vm.TakeLog());
         EXPECT_EQ(method.lFirstMissing, method.pMethod(vm.Env(), nullptr, 1, nullptr, &text));
-        EXPECT_EQ(std::vector<std::string>{}, vm.TakeLog());
+        EXPECT_EQ(Lines{}, vm.TakeLog());
         EXPECT_EQ(method.lFirstMissing, method.pMethod(vm.Env(), nullptr, 1, &text, nullptr));
-        EXPECT_EQ((std::vector<std::string>{"get 12345", "release 12345"}), vm.TakeLog());
+        EXPECT_EQ((Lines{"get 12345", "release 12345"}), vm.TakeLog());
         // with an error pending, nothing may be asked for any more
         EXPECT_EQ(method.lFirstMissing, Call(method, 1, nullptr, "12345"));
-        EXPECT_EQ(std::vector<std::string>{"get fails"}, vm.TakeLog());
+        EXPECT_EQ(Lines{"get fails"}, vm.TakeLog());
         EXPECT_EQ(method.lFirstMissing, Call(method, 1, "12345", nullptr));
-        EXPECT_EQ((std::vector<std::string>{"get 12345", "get fails", "release 12345"}),
-                  vm.TakeLog());
+        EXPECT_EQ((Lines{"get 12345", "get fails", "release 12345"}), vm.TakeLog());
     }
 }
 

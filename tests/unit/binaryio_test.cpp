@@ -50,6 +50,7 @@ TYPED_TEST(Binary, ReadingGoesInPiecesOf64AndTheRestIsServedFromTheCache)
     EXPECT_EQ(-1, session.ReadBinaryFromCacheOnly(path, 0x1BE, 10, abAgain));
     this->Piece("01 00 00", 0, 0); // asks the card also for nothing
     EXPECT_EQ(0, session.ReadBinary(0x100, 0, ab));
+    EXPECT_EQ(0x6B00, session.ReadBinary(0xFFFF, 2, ab)); // and not for what it cannot address
 }
 
 TYPED_TEST(Binary, ReadingGoesOnWhereAShortAnswerStopped)

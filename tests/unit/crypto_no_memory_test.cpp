@@ -53,10 +53,8 @@ TEST_F(NoMemory, BuffersAreNullAndLengthsStay)
     EXPECT_EQ(nullptr, SMx4_SIG_ENC(m_key.data(), 0, 0, 0, 0, m_data.data(), &m_cb));
     EXPECT_EQ(nullptr, NormalizeASN1Integer(m_data.data(), &m_cb));
     EXPECT_EQ(8U, m_cb);
-}
 
-TEST_F(NoMemory, EnvelopesAndBuffersReportNoLength)
-{
+    // envelopes and buffers report no length
     EXPECT_EQ(nullptr, SMxC_ENC_SIG(m_key.data(), m_key.data(), nullptr, 0, 0, 0, 0, m_data.data(),
                                     8, 0, &m_cb));
     EXPECT_EQ(0U, m_cb);

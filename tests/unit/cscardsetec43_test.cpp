@@ -157,6 +157,7 @@ TEST_F(Setec, HasANameAndNeedsACardToConnectTo)
 {
     EXPECT_STREQ("Setec/43", Card().GetModelName());
     CSCardSetec43 session(m_hContext, const_cast<char*>(SCRIPTED_READER));
+    EXPECT_TRUE(CSCardSetec43(m_hContext, const_cast<char*>(SCRIPTED_READER)).Create());
     card.RemoveCard();
     EXPECT_FALSE(session.Create());
     EXPECT_EQ(-1, session.GetResponse(0, nullptr));

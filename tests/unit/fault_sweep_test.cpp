@@ -6,6 +6,7 @@
 
 #include "tests/support/operation_test.h"
 
+#include <array>
 #include <functional>
 #include <set>
 
@@ -20,13 +21,7 @@ struct SOperation {
 const SPin kPin("12345678");
 
 const SOperation kOperations[] = {
-    {"GetSerial",
-     {-4, -66},
-     [] {
-         char szSerial[17];
-         return CNS_GetSerial(1, szSerial);
-     },
-     true},
+    {"GetSerial", {-4, -66}, [] { return CNS_GetSerial(1, std::array<char, 17>().data()); }, true},
     {"VerifyPinPuk",
      {-4, -22, -23, -24, -25},
      [] {

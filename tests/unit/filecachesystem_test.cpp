@@ -104,13 +104,10 @@ TEST_F(FileCache, APartIsReportedAfterTheLongestCandidateWithTheLastChunksOffset
     EXPECT_EQ(1, bPartial);
     EXPECT_EQ(105 - 97, lLen);
     EXPECT_EQ(2, *pData) << "byte 97 - 95 of the longest chunk; byte 97 is C2";
-}
-
-TEST_F(FileCache, APartThatReachesTheEndOfTheFileIsNotCalledPartial)
-{
+    cache.Clear();
     Put(file, 0, Counting(10), true);
     EXPECT_EQ(CFileCacheSystem::MISS, Get(file, 4, 50));
-    EXPECT_EQ(0, bPartial);
+    EXPECT_EQ(0, bPartial) << "the part reaches the end of the file";
     EXPECT_EQ(6, lLen);
 }
 

@@ -39,16 +39,14 @@ TEST_F(Unblock, StarcosStopsAtTheFirstFailure)
         ExpectReset("80 24 30 96", STARCOS_DATA, refusal);
         EXPECT_EQ(-32, Starcos());
     }
-    ExpectSelections(card, "3F00 1111");
-    ExpectReset("80 24 30 96", STARCOS_DATA, 0x9000);
-    ExpectSelections(card, "3F00 DF01!");
-    EXPECT_EQ(-4, Starcos());
-
-    ExpectSelections(card, "3F00 1111");
-    ExpectReset("80 24 30 96", STARCOS_DATA, 0x9000);
-    ExpectSelections(card, "3F00 DF01");
-    ExpectReset("80 24 30 9A", STARCOS_DATA, 0x6983);
-    EXPECT_EQ(-32, Starcos());
+    for (const bool bSelected : {false, true}) {
+        ExpectSelections(card, "3F00 1111");
+        ExpectReset("80 24 30 96", STARCOS_DATA, 0x9000);
+        ExpectSelections(card, bSelected ? "3F00 DF01" : "3F00 DF01!");
+        if (bSelected)
+            ExpectReset("80 24 30 9A", STARCOS_DATA, 0x6983);
+        EXPECT_EQ(bSelected ? -32 : -4, Starcos());
+    }
 }
 
 TEST_F(Unblock, M4ResetsThePinOfDf1111)
