@@ -53,7 +53,7 @@ TEST_F(CardTest, FciDescribesDfsAndRecordFiles)
 
 TEST_F(CardTest, BinaryAccessStaysWithinTheFile)
 {
-    Send(SELECT_SERIAL); // 64 bytes, never written
+    Send(SELECT_SERIAL);                             // 64 bytes, never written
     EXPECT_EQ("6A82", Send("00 A4 08 0C 02 77 77")); // leaves the selection as it was
     EXPECT_EQ("6982", Send("00 D6 00 00 01 00"));
     EXPECT_EQ("6B00", Send("00 B0 00 40 01"));
