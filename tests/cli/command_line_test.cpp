@@ -2,7 +2,7 @@
 //
 // What the command line accepts, what it refuses and why. None of these runs needs a card.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 //
 // The documents say what the tool says.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 #include <fstream>
 #include <regex>

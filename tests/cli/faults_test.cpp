@@ -3,7 +3,7 @@
 // A fault at every exchange of the verbs that use a secret. Whatever happens: no secret is sent more
 // often than on a good day, nothing is called wrong or blocked that is not, and "done" is true.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 #include <fstream>
 
@@ -42,6 +42,12 @@ const Faulty kRuns[] = {
     {"unblock", {"unblock", "cns"}, "87654321\n44556677\n", "cns-puk", 2, "cns-pin", "44556677\n"},
     {"reactivate", {"reactivate"}, "24681357\n", "ds-puk", 1, nullptr, nullptr},
 };
+
+/// Names the case in the list of tests.
+void PrintTo(const Faulty& faulty, std::ostream* out)
+{
+    *out << faulty.name;
+}
 
 class Faults : public ToolTest, public testing::WithParamInterface<Faulty> {
 protected:

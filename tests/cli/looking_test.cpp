@@ -2,7 +2,7 @@
 //
 // The verbs that only look at readers and cards.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 //
 // The tool at a terminal: what is asked, what is shown, and the state it leaves the terminal in.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 #include <array>
 #include <csignal>
@@ -46,15 +46,11 @@ protected:
     void Start(const Words& words)
     {
         Leave();
-        const std::vector<std::string> variables = EnvironmentWords();
-        std::vector<char*> argv = {const_cast<char*>("pindesk")};
-        for (const std::string& word : words)
-            argv.push_back(const_cast<char*>(word.c_str()));
-        argv.push_back(nullptr);
-        std::vector<char*> envp;
-        for (const std::string& variable : variables)
-            envp.push_back(const_cast<char*>(variable.c_str()));
-        envp.push_back(nullptr);
+        Words command = {"pindesk"};
+        command.insert(command.end(), words.begin(), words.end());
+        const Words variables = EnvironmentWords();
+        const std::vector<char*> argv = Pointers(command);
+        const std::vector<char*> envp = Pointers(variables);
         int report[2] = {-1, -1};
         ASSERT_EQ(0, pipe2(report, O_CLOEXEC));
         m_leader = forkpty(&m_terminal, nullptr, nullptr, nullptr);

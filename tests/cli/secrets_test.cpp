@@ -2,7 +2,7 @@
 //
 // The verbs that use a secret: what they do to the card, what they tell, and what they guard.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 namespace {
 

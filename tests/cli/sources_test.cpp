@@ -2,7 +2,7 @@
 //
 // Where a secret may come from, and what happens when nothing sensible comes from there.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -2,8 +2,9 @@
 //
 // Child processes with pipes on their three standard descriptors.
 
-#include "tool.h"
+#include "tests/cli/tool.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -11,8 +12,6 @@
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
@@ -26,15 +25,6 @@ struct Pipe {
     }
     int fd[2] = {-1, -1}; // read end, write end
 };
-
-std::vector<char*> Pointers(const std::vector<std::string>& words)
-{
-    std::vector<char*> pointers;
-    for (const std::string& word : words)
-        pointers.push_back(const_cast<char*>(word.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 // Reads both until both have ended. False when that takes too long.
 bool Collect(int out, int err, Finished& run)
@@ -73,6 +63,14 @@ void Write(int fd, const std::string& text)
 
 } // namespace
 
+std::vector<char*> Pointers(const Words& words)
+{
+    std::vector<char*> pointers(words.size() + 1, nullptr);
+    std::transform(words.begin(), words.end(), pointers.begin(),
+                   [](const std::string& word) { return const_cast<char*>(word.c_str()); });
+    return pointers;
+}
+
 ToolTest::ToolTest()
 {
     std::string pattern = std::filesystem::temp_directory_path() / "pindesk-cli-XXXXXX";
@@ -98,16 +96,15 @@ void ToolTest::Card(const std::string& name, const std::string& value)
     Environment("PINDESK_VCARD_" + name, value);
 }
 
-std::vector<std::string> ToolTest::EnvironmentWords() const
+Words ToolTest::EnvironmentWords() const
 {
-    std::vector<std::string> words;
+    Words words;
     for (char** variable = environ; *variable != nullptr; ++variable)
         words.emplace_back(*variable);
     for (const auto& [name, value] : m_environment) {
-        std::erase_if(words, [&n = name](const std::string& word) {
-            return word.compare(0, n.size() + 1, n + "=") == 0;
-        });
-        words.push_back(name + "=" + value);
+        const std::string start = name + "=";
+        std::erase_if(words, [&](const std::string& word) { return word.starts_with(start); });
+        words.push_back(start + value);
     }
     return words;
 }
@@ -116,7 +113,7 @@ Finished ToolTest::Pindesk(const Words& words, const std::string& input) const
 {
     Words command = {"pindesk"};
     command.insert(command.end(), words.begin(), words.end());
-    const std::vector<std::string> variables = EnvironmentWords();
+    const Words variables = EnvironmentWords();
     const std::vector<char*> argv = Pointers(command);
     const std::vector<char*> envp = Pointers(variables);
     Pipe in;

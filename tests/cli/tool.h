@@ -15,6 +15,9 @@
 
 using Words = std::vector<std::string>;
 
+/// What execve takes: pointers into the words, and a null one. The words must outlive them.
+std::vector<char*> Pointers(const Words& words);
+
 struct Finished {
     int status = -1; ///< exit status, or 128 + the signal that ended it
     std::string out, err;
@@ -45,7 +48,7 @@ protected:
     /// Any of the card's counters: "presented", "new_values", "tries_left".
     int Counter(const std::string& secret, const char* which) const;
 
-    std::vector<std::string> EnvironmentWords() const;
+    Words EnvironmentWords() const;
 
 private:
     std::filesystem::path m_directory;

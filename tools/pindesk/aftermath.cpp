@@ -40,7 +40,7 @@ Outcome Lost(const Deed& deed, Contact contact, long code)
     if (MeaningOf(code).stage != Stage::AtSecret && !deed.doubt.empty()) {
         outcome.message += " " + deed.doubt;
     } else {
-        outcome.message += std::string(" Whether the ") + deed.presented->title +
+        outcome.message += std::string(" Whether the ") + deed.secret.title +
                            " was right is not known; it may have cost a try." +
                            (deed.doubt.empty() ? "" : " Nothing was changed.");
     }
@@ -94,7 +94,7 @@ Outcome Unjudged(const Deed& deed, const Tries& after, long code)
     outcome.message = "The answer was lost, or the card refused the command; no try was spent.";
     if (after.state == Tries::State::AlreadyVerified) {
         outcome.message +=
-            std::string(" The card counts the ") + deed.presented->title + " as verified.";
+            std::string(" The card counts the ") + deed.secret.title + " as verified.";
     }
     outcome.advice = "Try again.";
     return outcome;
@@ -113,13 +113,13 @@ Outcome JudgeAtSecret(const Deed& deed, const Tries& after, long code)
 {
     using State = Tries::State;
     if (after.state == State::Deactivated) {
-        return Deactivated(*deed.presented, code);
+        return Deactivated(deed.secret, code);
     }
     const bool wasTold = deed.before.IsTold();
     const bool hasLostATry = after.IsTold() && (!wasTold || after.left < deed.before.left);
     const bool neverTells = !wasTold && after.state == State::Untold;
     if (hasLostATry || neverTells) {
-        return Wrong(*deed.presented, after, code);
+        return Wrong(deed.secret, after, code);
     }
     return after.state == State::Untold ? Lost(deed, Contact::Answers, code)
                                         : Unjudged(deed, after, code);
@@ -145,13 +145,13 @@ Outcome JudgeAtNewValue(const Deed& deed, const Tries& after, long code)
     }
     Outcome outcome = ExplainedOutcome(code);
     outcome.advice =
-        std::string("To make sure which value is in force: pindesk verify ") + deed.presented->word;
+        std::string("To make sure which value is in force: pindesk verify ") + deed.secret.word;
     return outcome;
 }
 
 bool IsBlockedNow(const Deed& deed, const Tries& after, long code)
 {
-    return deed.presented != nullptr && code == deed.presented->blockedCode && after.IsBlocked();
+    return code == deed.secret.blockedCode && after.IsBlocked();
 }
 
 Outcome JudgeStage(const Deed& deed, const Tries& after, long code)
@@ -183,8 +183,7 @@ Outcome Judge(const Deed& deed, long code)
     if (card.State() != Contact::Answers) {
         return Lost(deed, card.State(), code);
     }
-    const Secret& asked = deed.presented != nullptr ? *deed.presented : DsPin();
-    const Tries after = card.Ask(asked);
+    const Tries after = card.Ask(deed.secret);
     if (after.state == Tries::State::Lost) {
         return Lost(deed, card.WhySilent(), code);
     }

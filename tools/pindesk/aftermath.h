@@ -13,11 +13,11 @@ namespace tool {
 /// What was undertaken.
 struct Deed {
     std::string reader;
-    const Secret* presented; ///< null when no secret was
-    Tries before;            ///< of the secret presented
-    bool isProtected;        ///< under secure messaging
-    bool isChange;           ///< of a secret, by the secret itself
-    std::string doubt;       ///< what is not known when the answer to a change is lost
+    const Secret& secret; ///< presented, or the one that lock deactivates
+    Tries before;         ///< of that secret
+    bool isProtected;     ///< under secure messaging
+    bool isChange;        ///< of a secret, by the secret itself
+    std::string doubt;    ///< what is not known when the answer to a change is lost
 };
 
 /// \param code  other than 0.

@@ -95,42 +95,46 @@ CAttempt::CAttempt(const Options& options, const Secret& presented, std::string 
 {
     m_before = AskTries(m_card.InReader(), presented);
     Guard(m_before);
+    Warn(m_before);
 }
 
 void CAttempt::Guard(const Tries& tries) const
 {
     using State = Tries::State;
-    Outcome refusal;
-    refusal.triesLeft = tries.Number();
-    refusal.statusWord = tries.statusWord;
-    const std::string title = std::string("The ") + m_presented.title;
-    if (tries.state == State::Blocked) {
-        refusal.status = ExitStatus::Blocked;
-        refusal.message = title + " is blocked. Nothing was sent to the card.";
-        refusal.advice = m_presented.remedy;
+    const auto refuse = [&](ExitStatus status, const char* why, const char* advice) {
+        Outcome refusal;
+        refusal.status = status;
+        refusal.message = std::string("The ") + m_presented.title + why +
+                          " Nothing was sent to "
+                          "the card.";
+        refusal.advice = advice;
+        refusal.triesLeft = tries.Number();
+        refusal.statusWord = tries.statusWord;
         throw CFailure(refusal);
+    };
+    if (tries.IsBlocked()) {
+        refuse(ExitStatus::Blocked, " is blocked.", m_presented.remedy);
     }
     if (tries.state == State::Deactivated) {
-        refusal.status = ExitStatus::Refused;
-        refusal.message = title + " is deactivated. Nothing was sent to the card.";
-        refusal.advice = "Bring it back with the DS PUK: pindesk reactivate";
-        throw CFailure(refusal);
+        refuse(ExitStatus::Refused, " is deactivated.",
+               "Bring it back with the DS PUK: pindesk reactivate");
     }
     if (tries.state == State::Left && tries.left == 1 && !m_options.mayUseLastTry) {
-        refusal.status = ExitStatus::Refused;
-        refusal.message = title + " has one try left: a wrong value blocks it. Nothing was sent to "
-                                  "the card.";
-        refusal.advice = "To use that try all the same, add --use-last-try.";
-        throw CFailure(refusal);
+        refuse(ExitStatus::Refused, " has one try left: a wrong value blocks it.",
+               "To use that try all the same, add --use-last-try.");
     }
-    if (tries.state == State::Untold) {
-        Note(m_options, "The card does not tell how many tries the " +
-                            std::string(m_presented.title) + " has left.");
+}
+
+void CAttempt::Warn(const Tries& tries) const
+{
+    const std::string title = m_presented.title;
+    if (tries.state == Tries::State::Untold) {
+        Note(m_options, "The card does not tell how many tries the " + title + " has left.");
     }
     if (m_presented.isPuk) {
-        Note(m_options, "Every wrong " + std::string(m_presented.title) +
-                            " costs a try. A blocked PUK can never be brought back: with its PIN "
-                            "blocked too, the card has to be replaced.");
+        Note(m_options, "Every wrong " + title +
+                            " costs a try. A blocked PUK can never be brought "
+                            "back: with its PIN blocked too, the card has to be replaced.");
     }
 }
 
@@ -148,7 +152,7 @@ Outcome CAttempt::Conclude(long code, const std::string& done, bool isChange) co
 {
     if (code != result::OK) {
         return Judge(
-            {m_card.InReader().name, &m_presented, m_before, m_isProtected, isChange, m_doubt},
+            {m_card.InReader().name, m_presented, m_before, m_isProtected, isChange, m_doubt},
             code);
     }
     Outcome outcome;

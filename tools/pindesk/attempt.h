@@ -56,6 +56,7 @@ public:
 
 private:
     void Guard(const Tries& tries) const;
+    void Warn(const Tries& tries) const;
 
     const Options& m_options;
     const Secret& m_presented;

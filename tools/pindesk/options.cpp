@@ -5,6 +5,7 @@
 
 #include "options.h"
 
+#include "numbers.h"
 #include "outcome.h"
 #include "verbs.h"
 
@@ -19,6 +20,8 @@ namespace tool {
 namespace {
 
 constexpr std::size_t SERIAL_LENGTH = 16;
+constexpr long MAX_WAIT = 86400;
+constexpr std::chrono::hours FOREVER{24 * 365 * 100}; // the maximum overflows when compared
 constexpr const char* WHY_NO_SECRETS =
     "PINs, PUKs and keys are never taken from the command line: every user of this machine could "
     "read them in the list of processes, and the shell remembers them. Use the prompt, or "
@@ -120,7 +123,7 @@ std::string Examples()
 std::string UnknownOption(const std::vector<std::string>& extras)
 {
     for (const std::string& extra : extras) {
-        const std::string name = extra.substr(0, extra.find('='));
+        std::string name = extra.substr(0, extra.find('='));
         const bool isName = name.size() > 2 && name.compare(0, 2, "--") == 0 &&
                             std::all_of(name.begin(), name.end(), [](unsigned char c) {
                                 return std::islower(c) != 0 || c == '-';
@@ -175,11 +178,12 @@ void TakeWait(const std::string& wait, Options& options)
     }
     long seconds = 0;
     if (wait == "forever") {
-        options.wait = std::chrono::seconds::max();
-    } else if (CLI::detail::lexical_cast(wait, seconds) && seconds >= 0 && seconds <= 86400) {
+        options.wait = FOREVER;
+    } else if (ToNumber(wait, DECIMAL, seconds) && seconds >= 0 && seconds <= MAX_WAIT) {
         options.wait = std::chrono::seconds(seconds);
     } else {
-        RefuseUsage("--wait takes a number of seconds, 86400 at most: --wait=30.");
+        RefuseUsage("--wait takes a number of seconds, " + std::to_string(MAX_WAIT) +
+                    " at most: --wait=30.");
     }
 }
 

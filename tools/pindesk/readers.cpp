@@ -19,7 +19,7 @@ namespace tool {
 namespace {
 
 constexpr std::chrono::milliseconds WAIT_STEP{250};
-constexpr std::size_t ATR_CHARS = 2 * 33, SERIAL_SIZE = 17;
+constexpr std::size_t ATR_CHARS = 66, SERIAL_SIZE = 17;
 
 std::string ReaderName(long slot)
 {
@@ -73,7 +73,7 @@ std::vector<Reader> Matching(const std::vector<Reader>& readers, const std::stri
 // Those the options allow: never empty.
 std::vector<Reader> Candidates(const Options& options)
 {
-    const std::vector<Reader> readers = ListReaders();
+    std::vector<Reader> readers = ListReaders();
     if (options.slot > static_cast<long>(readers.size())) {
         throw CFailure(ExitStatus::NoReader,
                        "There is no reader in slot " + std::to_string(options.slot) + ".",

@@ -5,12 +5,12 @@
 
 #include "settings.h"
 
+#include "numbers.h"
 #include "outcome.h"
 #include "pindesk/PinDesk.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <stdexcept>
 
 namespace tool {
@@ -56,14 +56,10 @@ std::string Names()
     return names;
 }
 
-// Decimal, or hexadecimal after 0x; nothing beside the digits.
-bool ToNumber(const std::string& text, long& number)
+bool ToValue(std::string_view text, long& value)
 {
-    const bool isHex = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
-    const char* const begin = text.data() + (isHex ? 2 : 0);
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(begin, end, number, isHex ? 16 : 10);
-    return error == std::errc() && stop == end && begin != end;
+    const bool isHex = text.starts_with("0x") || text.starts_with("0X");
+    return isHex ? ToNumber(text.substr(2), HEXADECIMAL, value) : ToNumber(text, DECIMAL, value);
 }
 
 void Apply(const std::string& assignment)
@@ -79,7 +75,8 @@ void Apply(const std::string& assignment)
                        "The settings are:" + Names());
     }
     long value = 0;
-    if (!ToNumber(assignment.substr(equals + 1), value) || value < 1 || value > setting->max) {
+    if (!ToValue(std::string_view(assignment).substr(equals + 1), value) || value < 1 ||
+        value > setting->max) {
         throw CFailure(ExitStatus::Usage, "--set " + name + " takes a number from 1 to " +
                                               std::to_string(setting->max) +
                                               ", decimal or hexadecimal after 0x.");

@@ -5,11 +5,11 @@
 #include "source.h"
 
 #include "line_reader.h"
+#include "numbers.h"
 #include "outcome.h"
 #include "private_file.h"
 #include "terminal.h"
 
-#include <charconv>
 #include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
@@ -33,13 +33,6 @@ bool TakePrefix(const std::string& text, const std::string& prefix, std::string&
     }
     rest = text.substr(prefix.size());
     return true;
-}
-
-bool TakeNumber(const std::string& text, int& number)
-{
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && stop == end && number >= 0;
 }
 
 void Require(const Question& question, LineEnd end, const CSecretInput& value)
@@ -70,7 +63,8 @@ CSource::CSource(const std::string& option, const std::string& text)
         m_kind = isatty(STDIN_FILENO) != 0 ? Kind::Prompt : Kind::Descriptor;
     } else if (text == "prompt") {
         m_kind = Kind::Prompt;
-    } else if (text == "stdin" || (TakePrefix(text, "fd:", rest) && TakeNumber(rest, m_fd))) {
+    } else if (text == "stdin" ||
+               (TakePrefix(text, "fd:", rest) && ToNumber(rest, DECIMAL, m_fd) && m_fd >= 0)) {
         m_kind = Kind::Descriptor;
     } else if (TakePrefix(text, "env:", m_name)) {
         m_kind = Kind::Environment;

@@ -3,10 +3,10 @@
 // pindesk explain: looks up a result code of the library, or a status word of a card.
 
 #include "explain.h"
+#include "numbers.h"
 #include "verbs.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace tool {
 
@@ -51,18 +51,11 @@ constexpr StatusWordMeaning kStatusWords[] = {
      "Take the card out and insert it again."},
 };
 
-bool ToNumber(const std::string& text, int base, long& number)
-{
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number, base);
-    return error == std::errc() && stop == end;
-}
-
 // A result code is a decimal of up to three digits, with or without its minus.
 bool ToResultCode(const std::string& text, long& code)
 {
     const std::string digits = text.compare(0, 1, "-") == 0 ? text.substr(1) : text;
-    if (digits.size() > 3 || !ToNumber(digits, 10, code) || code < 0) {
+    if (digits.size() > 3 || !ToNumber(digits, DECIMAL, code) || code < 0) {
         return false;
     }
     code = -code;
@@ -75,7 +68,7 @@ bool ToStatusWord(const std::string& text, long& word)
     constexpr long FIRST = 0x6000, LAST = 0x9FFF;
     const bool hasPrefix = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
     const std::string digits = hasPrefix ? text.substr(2) : text;
-    const int base = digits.size() == 5 && !hasPrefix ? 10 : 16;
+    const int base = digits.size() == 5 && !hasPrefix ? DECIMAL : HEXADECIMAL;
     if (digits.size() < 4 || digits.size() > 5 || !ToNumber(digits, base, word)) {
         return false;
     }

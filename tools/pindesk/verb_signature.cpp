@@ -50,18 +50,15 @@ Outcome LockSignature(const Options& options)
 {
     CTdesKey adminKey(options.adminKeyFile);
     CChosenCard card(options);
-    if (AskTries(card.InReader(), DsPin()).state == Tries::State::Deactivated) {
+    const Tries before = AskTries(card.InReader(), DsPin());
+    if (before.state == Tries::State::Deactivated) {
         Note(options, "The signature PIN is deactivated already.");
     }
     Confirm(options);
     const BOOL useAdminKey = adminKey.data() != nullptr ? 1 : 0;
     const long code = DS_LockPin(card.Slot(), card.Serial(), adminKey.data(), useAdminKey);
     if (code != result::OK) {
-        return Judge({card.InReader().name,
-                      nullptr,
-                      {},
-                      false,
-                      false,
+        return Judge({card.InReader().name, DsPin(), before, false, false,
                       "Whether the signature PIN is deactivated is not known."},
                      code);
     }
