@@ -12,7 +12,7 @@ constexpr std::chrono::milliseconds ABSENCE{1000};
 } // namespace
 
 CReader::CReader(const SSettings& settings)
-    : m_strName(settings.strReader), m_session(settings.session),
+    : m_strName(settings.strReader), m_plugged(settings.session),
       m_dwProtocol(settings.session.card.bT1 ? SCARD_PROTOCOL_T1 : SCARD_PROTOCOL_T0),
       m_back(Clock::now())
 {
@@ -21,17 +21,17 @@ CReader::CReader(const SSettings& settings)
 void CReader::Reset()
 {
     ++m_ulResets;
-    m_session.Reset();
+    m_plugged.Reset();
 }
 
 LONG CReader::Transmit(std::span<const std::uint8_t> command, Bytes& answer)
 {
-    SExchange exchange = m_session.Transmit(command);
+    SExchange exchange = m_plugged.Transmit(command);
     answer = std::move(exchange.answer);
     if (exchange.bRemoved) {
         m_back = Clock::now() + ABSENCE;
         ++m_ulRemovals;
-        m_session.Reset();
+        m_plugged.Reset();
     }
     return static_cast<LONG>(exchange.ulPcscError);
 }

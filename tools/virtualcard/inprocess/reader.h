@@ -21,7 +21,7 @@ public:
 
     const std::string& Name() const { return m_strName; }
     bool Exists() const { return !m_strName.empty(); }
-    Bytes Atr() const { return m_session.Atr(); }
+    Bytes Atr() const { return m_plugged.Atr(); }
     DWORD Protocol() const { return m_dwProtocol; } ///< SCARD_PROTOCOL_T0 or _T1
 
     bool Present() const { return Clock::now() >= m_back; }
@@ -41,7 +41,7 @@ public:
 
 private:
     std::string m_strName;
-    CSession m_session;
+    CPluggedCard m_plugged;
     DWORD m_dwProtocol;
     Clock::time_point m_back;
     unsigned long m_ulRemovals = 0;

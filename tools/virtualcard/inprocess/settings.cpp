@@ -89,7 +89,7 @@ SSettings SettingsFromEnvironment()
 {
     SSettings settings;
     settings.strReader = Variable("READER").value_or(DEFAULT_READER);
-    SSessionOptions& session = settings.session;
+    SPluggedCardOptions& session = settings.session;
     session.card.strProfile = Variable("PROFILE").value_or(session.card.strProfile);
     session.card.strSerial = Variable("SERIAL").value_or("");
     session.card.bT1 = Either("PROTOCOL", "t1", "t0", session.card.bT1);

@@ -6,14 +6,14 @@
 #ifndef VIRTUALCARD_INPROCESS_SETTINGS_H
 #define VIRTUALCARD_INPROCESS_SETTINGS_H
 
-#include "session/session.h"
+#include "session/pluggedcard.h"
 
 #include <string>
 
 namespace vcard {
 
 struct SSettings {
-    SSessionOptions session;
+    SPluggedCardOptions session;
     std::string strReader; ///< the reader's name; empty for no reader at all
 };
 

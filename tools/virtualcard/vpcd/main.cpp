@@ -2,7 +2,7 @@
 //
 // pindesk-vcard: a virtual card in the virtual reader of a real pcscd.
 
-#include "session/session.h"
+#include "session/pluggedcard.h"
 #include "vpcd/plug.h"
 
 #include <CLI/CLI.hpp>
@@ -20,7 +20,7 @@ constexpr unsigned LONGEST_LATENCY = 600'000; // ms
 
 /// What the command line says, before any of it is opened or checked by the card.
 struct SArguments {
-    vcard::SSessionOptions session;
+    vcard::SPluggedCardOptions session;
     std::uint16_t usPort = VPCD_PORT;
     unsigned uiLatency = 0;
     std::string strProtocol = "t1";
@@ -103,8 +103,8 @@ int Run(SArguments& arguments)
     arguments.session.card.bT1 = arguments.strProtocol == "t1";
     arguments.session.latency = std::chrono::milliseconds(arguments.uiLatency);
     arguments.session.faults = PlanOf(arguments.faults);
-    vcard::CSession session(arguments.session);
-    vcard::ServeVpcd(session, arguments.usPort, stop);
+    vcard::CPluggedCard card(arguments.session);
+    vcard::ServeVpcd(card, arguments.usPort, stop);
     return EXIT_SUCCESS;
 }
 

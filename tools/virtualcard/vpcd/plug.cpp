@@ -16,16 +16,16 @@ constexpr std::uint8_t POWER_OFF = 0, POWER_ON = 1, RESET = 2, GET_ATR = 4;
 // Longer than pcscd's polling period (400 ms), so that programs do see the card gone.
 constexpr std::chrono::milliseconds ABSENCE{1000};
 
-void Control(CSession& session, CVpcdLink& link, std::uint8_t bControl)
+void Control(CPluggedCard& card, CVpcdLink& link, std::uint8_t bControl)
 {
     switch (bControl) {
     case control::POWER_OFF:
     case control::POWER_ON:
     case control::RESET:
-        session.Reset();
+        card.Reset();
         break;
     case control::GET_ATR: // also how vpcd looks whether the card is still there
-        link.Send(session.Atr());
+        link.Send(card.Atr());
         break;
     default: // vpcd has no others, and an APDU has at least four bytes
         break;
@@ -35,15 +35,15 @@ void Control(CSession& session, CVpcdLink& link, std::uint8_t bControl)
 enum class EEnd { STOPPED, REMOVED, EMPTY_ANSWER };
 
 /// Serves one stay in the reader, and tells what ended it.
-EEnd ServeStay(CSession& session, std::uint16_t usPort, const CStopSignal& stop)
+EEnd ServeStay(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop)
 {
     CVpcdLink link(usPort, stop);
     while (const auto message = link.Receive()) {
         if (message->size() == 1) {
-            Control(session, link, message->front());
+            Control(card, link, message->front());
             continue;
         }
-        const SExchange exchange = session.Transmit(*message);
+        const SExchange exchange = card.Transmit(*message);
         if (exchange.bRemoved) {
             return EEnd::REMOVED;
         }
@@ -57,15 +57,15 @@ EEnd ServeStay(CSession& session, std::uint16_t usPort, const CStopSignal& stop)
 
 } // namespace
 
-void ServeVpcd(CSession& session, std::uint16_t usPort, const CStopSignal& stop)
+void ServeVpcd(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop)
 {
     for (;;) {
-        const EEnd end = ServeStay(session, usPort, stop);
+        const EEnd end = ServeStay(card, usPort, stop);
         if (end == EEnd::STOPPED || (end == EEnd::REMOVED && !stop.Pause(ABSENCE))) {
             return;
         }
         if (end == EEnd::REMOVED) {
-            session.Reset();
+            card.Reset();
         }
         // vpcd has no message for an empty answer. A connection lost during the exchange gives
         // programs one, and pcscd has the card back, never reset, with its next look at the reader.

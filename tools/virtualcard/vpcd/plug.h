@@ -5,7 +5,7 @@
 #ifndef VIRTUALCARD_VPCD_PLUG_H
 #define VIRTUALCARD_VPCD_PLUG_H
 
-#include "session/session.h"
+#include "session/pluggedcard.h"
 #include "vpcd/stopsignal.h"
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace vcard {
 /// Serves the reader on \p usPort with the card until asked to stop. A card that a fault removes
 /// comes back by itself.
 /// \throws std::runtime_error  when vpcd is not there or goes away, or a file cannot be written
-void ServeVpcd(CSession& session, std::uint16_t usPort, const CStopSignal& stop);
+void ServeVpcd(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop);
 
 } // namespace vcard
 

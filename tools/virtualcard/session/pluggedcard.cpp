@@ -2,7 +2,7 @@
 //
 // The way of one command: latency, fault, model, files, log.
 
-#include "session/session.h"
+#include "session/pluggedcard.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -20,7 +20,7 @@ Bytes StatusWord(std::uint32_t ulValue)
 
 } // namespace
 
-CSession::CSession(const SSessionOptions& options)
+CPluggedCard::CPluggedCard(const SPluggedCardOptions& options)
     : m_card(options.card), m_faults(options.faults), m_latency(options.latency),
       m_state(options.statePath), m_counters(options.countersPath), m_log(options.log)
 {
@@ -34,13 +34,13 @@ CSession::CSession(const SSessionOptions& options)
     Save();
 }
 
-void CSession::Reset()
+void CPluggedCard::Reset()
 {
     m_log.Note("reset");
     m_card.Reset();
 }
 
-SExchange CSession::Transmit(std::span<const std::uint8_t> command)
+SExchange CPluggedCard::Transmit(std::span<const std::uint8_t> command)
 {
     std::this_thread::sleep_for(m_latency);
     m_log.Command(command);
@@ -54,14 +54,14 @@ SExchange CSession::Transmit(std::span<const std::uint8_t> command)
     return exchange;
 }
 
-Bytes CSession::Execute(std::span<const std::uint8_t> command)
+Bytes CPluggedCard::Execute(std::span<const std::uint8_t> command)
 {
     Bytes answer = m_card.Transmit(command);
     Save();
     return answer;
 }
 
-SExchange CSession::Spoil(const SFault& fault, std::span<const std::uint8_t> command)
+SExchange CPluggedCard::Spoil(const SFault& fault, std::span<const std::uint8_t> command)
 {
     Bytes answer = fault.bAfter ? Execute(command) : Bytes{};
     switch (fault.kind) {
@@ -83,7 +83,7 @@ SExchange CSession::Spoil(const SFault& fault, std::span<const std::uint8_t> com
     return {};
 }
 
-void CSession::Save()
+void CPluggedCard::Save()
 {
     if (m_state.Wanted()) {
         m_state.Save(m_card.State());

@@ -3,8 +3,8 @@
 // A virtual card at work: the model together with what both plugs offer around it, namely faults,
 // latency, a log, and files that outlive the process.
 
-#ifndef VIRTUALCARD_SESSION_SESSION_H
-#define VIRTUALCARD_SESSION_SESSION_H
+#ifndef VIRTUALCARD_SESSION_PLUGGEDCARD_H
+#define VIRTUALCARD_SESSION_PLUGGEDCARD_H
 
 #include "model/card.h"
 #include "session/apdulog.h"
@@ -16,13 +16,13 @@
 
 namespace vcard {
 
-struct SSessionOptions {
+struct SPluggedCardOptions {
     SCardOptions card;
     CFaultPlan faults;
     std::chrono::milliseconds latency{0}; ///< waited before each APDU
     std::filesystem::path statePath;      ///< empty for a card that forgets
     std::filesystem::path countersPath;   ///< empty for none
-    std::ostream* log = nullptr;          ///< must outlive the session
+    std::ostream* log = nullptr;          ///< must outlive the card
 };
 
 /// What became of one exchange.
@@ -32,12 +32,12 @@ struct SExchange {
     std::uint32_t ulPcscError = 0; ///< not 0: the exchange fails with this PC/SC code
 };
 
-class CSession {
+class CPluggedCard {
 public:
     /// Builds the card and, where there is a state file, brings it back to that state.
     /// \throws std::invalid_argument  for options or a state that the card refuses
     /// \throws std::runtime_error     for files that cannot be read or written
-    explicit CSession(const SSessionOptions& options);
+    explicit CPluggedCard(const SPluggedCardOptions& options);
 
     Bytes Atr() const { return m_card.Atr(); }
 
