@@ -35,7 +35,7 @@ public:
     }
     ~CTwoStrings()
     {
-        for (const auto& [text, sz] : m_strings) {
+        for (auto& [text, sz] : m_strings) {
             if (sz != nullptr) {
                 m_env->ReleaseStringUTFChars(text, sz);
             }
