@@ -2,6 +2,8 @@
 
 #include "pindesk/operation.h"
 
+using namespace pindesk;
+
 long CNS_DS_GetPinLimit(long slot, char* serialNumber, int* piCnsPinMinLen, int* piCnsPinMaxLen,
                         int* piCnsPukMinLen, int* piCnsPukMaxLen, int* piDSPinMinLen,
                         int* piDSPinMaxLen, int* piDSPukMinLen, int* piDSPukMaxLen)
@@ -10,7 +12,7 @@ long CNS_DS_GetPinLimit(long slot, char* serialNumber, int* piCnsPinMinLen, int*
         return result::NO_READER;
     }
     if (serialNumber != nullptr) {
-        const long lResult = CheckSerial(slot, serialNumber);
+        const long lResult = RunWithSettings([&] { return CheckSerial(slot, serialNumber); });
         if (lResult != result::OK) {
             return lResult;
         }
@@ -19,11 +21,11 @@ long CNS_DS_GetPinLimit(long slot, char* serialNumber, int* piCnsPinMinLen, int*
     const struct {
         int* piOut;
         int iLimit;
-    } kLimits[] = {
+    } LIMITS[] = {
         {piCnsPinMinLen, 6}, {piCnsPinMaxLen, 8}, {piCnsPukMinLen, 8}, {piCnsPukMaxLen, 8},
         {piDSPinMinLen, 6},  {piDSPinMaxLen, 8},  {piDSPukMinLen, 8},  {piDSPukMaxLen, 8},
     };
-    for (const auto& limit : kLimits) {
+    for (const auto& limit : LIMITS) {
         if (limit.piOut != nullptr) {
             *limit.piOut = limit.iLimit;
         }
