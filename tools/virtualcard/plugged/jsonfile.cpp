@@ -2,7 +2,7 @@
 //
 // Reads a JSON file, and replaces it by way of a temporary file beside it.
 
-#include "session/jsonfile.h"
+#include "plugged/jsonfile.h"
 
 #include <cerrno>
 #include <cstdlib>

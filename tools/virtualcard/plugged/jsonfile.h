@@ -2,8 +2,8 @@
 //
 // A JSON file that other programs may read at any moment: it is replaced whole, never rewritten.
 
-#ifndef VIRTUALCARD_SESSION_JSONFILE_H
-#define VIRTUALCARD_SESSION_JSONFILE_H
+#ifndef TOOLS_VIRTUALCARD_PLUGGED_JSONFILE_H
+#define TOOLS_VIRTUALCARD_PLUGGED_JSONFILE_H
 
 #include <filesystem>
 #include <nlohmann/json.hpp>

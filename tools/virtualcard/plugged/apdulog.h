@@ -2,10 +2,11 @@
 //
 // The readable log of what a card was sent and answered. Secrets never reach it.
 
-#ifndef VIRTUALCARD_SESSION_APDULOG_H
-#define VIRTUALCARD_SESSION_APDULOG_H
+#ifndef TOOLS_VIRTUALCARD_PLUGGED_APDULOG_H
+#define TOOLS_VIRTUALCARD_PLUGGED_APDULOG_H
 
 #include <cstdint>
+#include <memory>
 #include <ostream>
 #include <span>
 #include <string>
@@ -20,8 +21,8 @@ namespace vcard {
 /// The data of commands that carry secrets or keys are shown as ** in both directions.
 class CApduLog {
 public:
-    /// \param out  where it goes; null for no log. It must outlive this object.
-    explicit CApduLog(std::ostream* out) : m_out(out) {}
+    /// \param out  where it goes; null for no log
+    explicit CApduLog(std::shared_ptr<std::ostream> out) : m_out(std::move(out)) {}
 
     void Command(std::span<const std::uint8_t> command);
     void Answer(std::span<const std::uint8_t> answer);
@@ -30,7 +31,7 @@ public:
     void Note(const std::string& strText);
 
 private:
-    std::ostream* m_out;
+    std::shared_ptr<std::ostream> m_out;
     unsigned long m_ulNumber = 0;
     bool m_bSecret = false;
 };
