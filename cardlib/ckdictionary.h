@@ -11,7 +11,7 @@
 #include <string>
 
 /// An owned byte string that reads back as a number, a text or bytes. Not copyable.
-/// Assigning throws std::bad_alloc when memory is short and leaves the item empty.
+/// Assigning throws std::bad_alloc when memory is short and leaves the item as it was.
 class PINDESK_API CKDictItem {
 public:
     CKDictItem() = default;
@@ -29,18 +29,19 @@ public:
 
     /// Makes the item empty.
     void reset();
-    /// Stores the low 32 bits, in the processor's byte order.
+    /// Stores the low 32 bits, in the processor's byte order. Over four bytes, so over a number, it
+    /// does so in place and atomically: another thread may be reading the number.
     CKDictItem& assign(long lVal);
     /// Stores a text without its terminator; null or an empty text makes the item empty.
     CKDictItem& assign(const char* szVal);
-    /// Stores cbVal bytes; a null pointer or a length of 0 makes the item empty.
+    /// Stores cbVal bytes, which may be the item's own; a null pointer or a length of 0 makes the
+    /// item empty.
     CKDictItem& assign(const unsigned char* pbVal, unsigned long cbVal);
 
     /// \return the first four bytes as a signed number, 0 when there are fewer.
     operator long() const;
-    /// \return the bytes and, after a text or bytes, a terminator; an empty text when there are
-    /// none.
-    ///         A number is not terminated. Valid until the item changes.
+    /// \return the bytes and a terminator; an empty text when there are none. Valid until the item
+    ///         changes.
     operator const char*() const;
     /// \return the bytes, null when there are none. Valid until the item changes.
     operator const unsigned char*() const { return m_pbData; }
@@ -63,16 +64,15 @@ public:
     CKDict& operator=(const CKDict&) = delete;
 
     /// \return the item pointer under a key (never null text); a key that is absent is inserted
-    /// with
-    ///         a null item, also by reading.
+    ///         with a null item, also by reading.
     CKDictItem*& operator[](const char* szKey);
     /// Removes a key if it is present. Its item is not destroyed: whoever wants it freed does that
     /// first.
     void erase(const char* szKey);
 };
 
-/// The settings of the library. The settings unit defines it and fills it while the library is
-/// loaded; it is not guarded: settings change only while no operation runs.
+/// The settings of the library, filled while it is loaded. PINDESK_ChangeSetting may be called at
+/// any time; whoever inserts, assigns or erases here directly does so while no operation runs.
 extern PINDESK_API CKDict g_settings_dict;
 
 #endif

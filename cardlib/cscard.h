@@ -69,17 +69,18 @@ public:
     virtual long ReadBinaryFromCacheOnly(DFEF_Path EfFullPath, WORD Offset, WORD l,
                                          CK_BYTE_PTR pBuffer);
 
-    /// Writes into the current EF and its cache; 7 for null or empty data.
+    /// Writes into the current EF and its cache. \return 7 for null or empty data; 0x6B00, with
+    ///         nothing sent, when a piece would begin past offset 7FFF.
     virtual long UpdateBinary(const CK_BYTE* pData, CK_ULONG uDataLen, CK_ULONG ulOffset);
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Woverloaded-virtual" // hidden by a family on purpose
     /// Sends one command of at most 256 bytes; repeats it without limit while the card answers
-    /// 6F00 or the PC/SC result ends in 0x79, unless the try guard forbids it for a command that
-    /// carries a secret.
+    /// 6F00 or the PC/SC result ends in 0x79. Careful, it sends ten times at most, and once what
+    /// carries a secret or does not bear repetition.
     /// \param pbRecvBuffer   at least 256 bytes.
     /// \param pcbRecvLength  receives the answer's length.
-    /// \return the PC/SC result, 0 on success; -1 when no valid card is bound.
+    /// \return the PC/SC result, 0 on success; -1 when no valid card is bound or a pointer is null.
     virtual long Transmit(CK_BYTE_PTR pbSendBuffer, DWORD cbSendLength, CK_BYTE_PTR pbRecvBuffer,
                           DWORD* pcbRecvLength);
 #pragma GCC diagnostic pop
@@ -99,7 +100,8 @@ public:
     /// Destroys the object when the count falls below 1. \return the new count.
     virtual long Release();
 
-    /// Binds a handle from SCardConnect. \return the handle bound before.
+    /// Binds a handle from SCardConnect; paths and cache are emptied unless it is bound already.
+    /// \return the handle bound before.
     virtual SCARDHANDLE Attach(SCARDHANDLE hCard);
     /// Gives the handle up without disconnecting. \return it.
     virtual SCARDHANDLE Detach();
@@ -118,7 +120,8 @@ public:
     SCARDHANDLE m_hCard;             ///< 0 while detached
     SCARDCONTEXT m_hContext;         ///< not owned
     CK_BYTE m_pbLastSendBuffer[256]; ///< the last command that was not a GET RESPONSE: it may hold
-                                     ///< a secret until the next command, Detach or destruction
+                                     ///< a secret until the next command, Detach or destruction;
+                                     ///< CardOS M4 keeps the four bytes in front of Lc alone
     DWORD m_cbLastSendLength;        ///< its length
     DFEF_Path m_Current_DF_path;     ///< the DF selected last
     DFEF_Path m_Current_EF_path;     ///< the EF selected last, or a copy of the DF path

@@ -53,8 +53,7 @@ public:
                          const CK_BYTE* pNewPin, CK_BYTE newPinLen);
 
     /// Enciphers, deciphers or hashes data with the security environment's key.
-    /// \param mode               P1 and P2; DECIPHER puts a zero byte (no padding told) before the
-    ///                           data.
+    /// \param mode               P1 and P2; DECIPHER puts a zero byte (no padding told) in front.
     /// \param pDecryptedData     receives the card's answer; null asks for its length, which costs
     ///                           an exchange all the same. May be pData.
     /// \param pDecryptedDataLen  in: room at pDecryptedData; out: the answer's length.

@@ -81,10 +81,10 @@ public:
 
     /// Stores bytes of a file, and brings every chunk that holds some of them up to date.
     /// \param ef_path      m_isPinVerified decides who is served; when it is not set, all that is
-    /// cached of
-    ///                     the file becomes public.
+    ///                     cached of the file becomes public.
     /// \param start        offset in the file, not negative.
-    /// \param len          1 to 32,768 bytes; any other range is not stored.
+    /// \param len          1 to 32,768 bytes; any other range is not stored, and a longer one
+    ///                     empties what is held of the file.
     /// \param pData        len bytes, copied; null stores nothing.
     /// \param isLastChunk  the bytes reach the end of the file.
     void Put(DFEF_Path ef_path, long start, long len, const CK_BYTE* pData, CK_BBOOL isLastChunk);
@@ -93,8 +93,8 @@ public:
     /// \param len            bytes wanted, not negative; changed when only a part is cached.
     /// \param pData          receives a pointer into the cache, valid until the next change.
     /// \param bPartialCache  receives whether only a part is cached.
-    /// \return 0: all bytes are at pData; PIN_REQUIRED: cached, but only for a verified PIN; MISS:
-    /// else.
+    /// \return 0: all bytes are at pData; PIN_REQUIRED: cached, but only for a verified PIN;
+    ///         MISS: else.
     long Get(DFEF_Path ef_path, long start, long& len, CK_BYTE*& pData, CK_BBOOL& bPartialCache);
 
     /// Whether a chunk that starts early enough and is long enough is held, and fresh.
@@ -105,12 +105,10 @@ public:
     /// Forgets everything, selections included.
     void Clear();
 
-    /// Remembers a selected path with its flags; a path that is remembered already keeps its first
-    /// flags.
+    /// Remembers a selected path with its flags; one that is remembered keeps its first flags.
     void PutSelect(DFEF_Path ef_path);
     /// \return the remembered path, without a leading 3F00, with the flags it was stored with; an
-    /// empty
-    ///         path with no flag set when it is not remembered.
+    ///         empty path with no flag set when it is not remembered.
     DFEF_Path GetSelect(DFEF_Path ef_path);
     /// Whether the path is remembered, as existing or as missing.
     bool isSelectCached(DFEF_Path ef_path);

@@ -42,7 +42,8 @@ struct _DirFileInfo {
 
 /// A CardOS M4 session. Results as in CSCard; argument errors are values of _M4_errorcodes.
 ///
-/// A command that does not fit a short APDU is refused with eM4Error_invalid_args and not sent.
+/// A command that does not fit a short APDU is refused with eM4Error_invalid_args and not sent. A
+/// null pointer for which no meaning is stated gives -1, and nothing is sent.
 /// The order of the virtual operations is part of the binary interface.
 class PINDESK_API CSCardCardOSM4 : public CSCard {
 public:
@@ -80,6 +81,7 @@ public:
     /// Authenticates with a Triple-DES key: GET CHALLENGE, retail MAC, EXTERNAL AUTHENTICATE.
     /// \param pKey            8, 16 or 24 bytes; any other length is refused.
     /// \param ulChallengeLen  bytes of challenge wanted, at least 8.
+    /// \return -1, with no try spent, for a shorter challenge than wanted.
     virtual long CRVerifyDes(CK_BYTE kid, const CK_BYTE* pKey, CK_ULONG ulKeyLen,
                              CK_ULONG ulChallengeLen);
 
@@ -139,7 +141,8 @@ public:
     /// \param size  receives the free bytes of the memory asked for.
     virtual long GetFreeMemory(eMemoryType MemoryType, WORD& size);
 
-    /// Creates a security object. bCreateForKeyGeneration is not used by this card.
+    /// Creates a security object. bCreateForKeyGeneration is not used by this card. Under secure
+    /// messaging an object above 255 bytes is refused with eM4Error_invalid_args.
     virtual long CreateBSO(_M4_BSO_info* pBsoInfo, CK_BBOOL bCreateForKeyGeneration);
     /// Rewrites the conditions of a security object, with bUpdateSM those of secure messaging too.
     virtual long AdminBSO(_M4_BSO_info* pBsoInfo, CK_BBOOL bUpdateSM);
@@ -176,8 +179,8 @@ public:
 #pragma GCC diagnostic pop
 
     /// The plain transport: up to ten attempts, 50 ms apart, while the reader fails in a passing
-    /// way or the answer is empty; one GET RESPONSE after 61 00 with T=0. With the try guard on, a
-    /// command that carries a secret is attempted once.
+    /// way or the answer is empty; one GET RESPONSE after 61 00 with T=0. Careful, a command that
+    /// carries a secret or does not bear repetition is attempted once.
     virtual long Transmit2(const CK_BYTE* pbSendBuffer, DWORD cbSendLength,
                            CK_BYTE_PTR pbRecvBuffer, DWORD* pcbRecvLength);
 
@@ -226,7 +229,8 @@ public:
 
     /// Puts the card into its administration life cycle (0x20); -1 from any but 0x10 and 0x20.
     virtual long SwitchToAdminLifeCycle();
-    /// Puts the card back, unless it was in administration before the switch.
+    /// Puts the card back, unless it was in administration before the switch. Careful, both look
+    /// where the card is after a lost answer.
     virtual long RevertFromAdminLifeCycle();
 
     /// Finds the data in a length-prefixed block: length (of all that follows), 00, data.

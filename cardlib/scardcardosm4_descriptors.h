@@ -61,8 +61,7 @@ struct PINDESK_API _M4_FileInfo_common : public _M4_TlvStructure {
     /// 86 and the nine access conditions: 11 bytes and the padding. bUseSM does not matter here.
     long GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM) override;
     CK_ULONG GetInternalStructSize() override;
-    /// \return a copy of the same class on the heap, owned by the caller, who deletes it as that
-    /// class.
+    /// \return a copy of the same class on the heap, to be deleted by the caller as that class.
     virtual _M4_FileInfo_common* Clone();
     /// Gives all nine access conditions one value.
     virtual void SetDefaultAC(CK_BYTE bValue);

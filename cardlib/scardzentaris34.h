@@ -57,6 +57,8 @@ public:
 
     /// Loads a 2048-bit private key in CRT form through scratch file FF02, which is gone
     /// afterwards. The five numbers have 128 bytes each, the public exponent 8.
+    /// \return eM4Error_invalid_args for a null number; the failure to delete the file, which is
+    ///         then overwritten with zeros.
     long CreateRsa2048Key(_M4_BSO_info* pBsoInfo, CK_BYTE_PTR pPrime1, CK_BYTE_PTR pPrime2,
                           CK_BYTE_PTR pExponent1, CK_BYTE_PTR pExponent2, CK_BYTE_PTR pCoefficient,
                           CK_BYTE_PTR pPubExponent) override;

@@ -13,8 +13,7 @@
 /// The lock of the platform: a recursive POSIX mutex.
 typedef pthread_mutex_t SYSTOVAN_CRITICAL_SECTION;
 
-/// A recursive critical section. Not copyable; the thread that locked it unlocks it, once for each
-/// lock.
+/// A recursive critical section, not copyable: the thread that locked it unlocks it as often.
 class PINDESK_API CSysTovanCriticalSection {
 public:
     /// \param bAutoDestroy  whether the destructor destroys a mutex that was used.

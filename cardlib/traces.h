@@ -5,8 +5,10 @@
 // Error channel (CK_TraceStdErr): on when bit 0 of CK_DEBUG_LEVEL was set when the library was
 // loaded; writes to the standard error, to the standard output or to the file named by
 // CK_DEBUG_FILE. Typed channel (CK_Trace, CK_TraceEx): appends to /p11log.txt what the level, read
-// at each call, lets through. Neither adds a prefix or a line end, and a null format writes
-// nothing. Formats and arguments must never hold a PIN, a PUK or a key.
+// at each call, lets through. Files are made for their owner alone, links are not followed, and a
+// process with more rights than its caller does not look at the environment. Neither channel adds a
+// prefix or a line end, and a null format writes nothing. Formats and arguments must never hold a
+// PIN, a PUK or a key.
 
 #ifndef CARDLIB_TRACES_H
 #define CARDLIB_TRACES_H
@@ -44,8 +46,7 @@ PINDESK_API void CKTraceBufL(const unsigned char* B, unsigned long L, const char
 
 /// Names a card command after its class and instruction bytes.
 /// \return a constant text; for an instruction that is not known, a text in a static buffer that
-/// the
-///         next such call overwrites (not for two threads at once). Never null.
+///         the next such call overwrites (not for two threads at once). Never null.
 PINDESK_API const char* GetAPDUName(unsigned char cla, unsigned char ins);
 
 #ifdef __cplusplus

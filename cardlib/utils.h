@@ -39,8 +39,7 @@ PINDESK_API BOOL TLV_Validate(const unsigned char* pTlv, unsigned long ulTlvSize
 /// \param pData   receives a pointer to the value, inside the chain (no copy); null when not found.
 /// \param pulData receives the length of the value; 0 when not found.
 /// \return 1 when found; else 0: no such tag before the first broken element, a value that ends
-/// outside
-///         the chain, or a null argument.
+///         outside the chain, or a null argument.
 PINDESK_API BOOL TLV_Get(WORD wTag, unsigned char* pTlv, unsigned long ulTlvSize,
                          unsigned char** pData, unsigned long* pulData);
 
@@ -75,8 +74,7 @@ PINDESK_API bool GetAttribute2(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemp
 
 /// Gives a pointer to a value (no copy), its length and its index.
 /// \return false if ppValue, the template or pulAttributeSize is null (outputs untouched), or if
-/// there
-///         is no such record (*ppValue is then null).
+///         there is no such record (*ppValue is then null).
 PINDESK_API bool GetAttribute3(CK_ATTRIBUTE_TYPE type, const CK_ATTRIBUTE* pTemplate,
                                CK_ULONG ulCount, void** ppValue, CK_ULONG* pulAttributeSize,
                                CK_ULONG* pulPosition);
@@ -98,8 +96,8 @@ PINDESK_API bool CK_TemplateFree(CK_ATTRIBUTE* pTemplate, CK_ULONG ulCount, bool
 
 /// Makes a new array of the same records, each value with non-zero length in a buffer of its own.
 /// A null value keeps its length.
-/// \return false for a null argument, no records, or when memory is short (nothing is then
-/// allocated).
+/// \return false for a null argument, no records, or when memory is short; nothing is allocated
+///         then.
 PINDESK_API bool CK_TemplateCopy(const CK_ATTRIBUTE* pTemplateSource, CK_ULONG ulCount,
                                  CK_ATTRIBUTE** ppTemplateDest);
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "pindesk/operation.h"
-#include "pindesk/secrets.h"
+#include "pindesk/steps.h"
+
+using namespace pindesk;
 
 namespace {
 
@@ -19,32 +21,13 @@ long CheckArguments(const SChange (&changes)[4])
     }
     for (const ESecret e : {CNS_PIN, CNS_PUK, DS_PIN, DS_PUK}) {
         if (!changes[e].oldValue.LengthAllowed()) {
-            return kSecrets[e].lLength;
+            return SECRETS[e].lLength;
         }
         if (!changes[e].newValue.LengthAllowed()) {
-            return kSecrets[e].lNewLength;
+            return SECRETS[e].lNewLength;
         }
     }
     return result::OK;
-}
-
-long ChangeOne(CSCardZentaris34& card, const SSecret& secret, const SChange& change)
-{
-    const std::uint8_t bReference = secret.Reference();
-    CK_BYTE cbEffective = 0;
-    // Secure-messaging errors have no code of their own at this stage, unlike in a verification.
-    const long lResult =
-        VerificationResult(secret, Present(card, bReference, change.oldValue, cbEffective));
-    if (lResult != result::OK) {
-        return lResult;
-    }
-    const CPaddedPin padded(change.newValue);
-    const long lAnswer =
-        card.ChangeReferenceData(bReference, 0, padded.data(), CPaddedPin::size(), nullptr, 0);
-    if (secret.bSignature && IsSecureMessagingError(lAnswer)) {
-        return result::SECURE_MESSAGING;
-    }
-    return lAnswer == 0 ? result::OK : secret.lChange;
 }
 
 } // namespace
@@ -68,9 +51,8 @@ long CNS_DS_ChangePinPuk(long slot, char* serialNumber, unsigned char* pOldCNSPi
         return lArguments;
     }
     return RunOperation(slot, serialNumber, EStart::MF_SELECTED, [&](CSCardZentaris34& card) {
-        SelectSignatureDF(card);
-        return ForEachSecret(card, pOptional_SM_Des3Key, bUseSecureMessaging, [&](ESecret e) {
-            return changes[e].Given() ? ChangeOne(card, kSecrets[e], changes[e]) : result::OK;
-        });
+        return ForEachSecret(
+            card, {pOptional_SM_Des3Key, bUseSecureMessaging}, changes,
+            [&](ESecret e) { return Change(card, e, changes[e].oldValue, changes[e].newValue); });
     });
 }

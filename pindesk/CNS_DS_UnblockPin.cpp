@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "pindesk/operation.h"
-#include "pindesk/secrets.h"
-#include "pindesk/settings.h"
+#include "pindesk/steps.h"
+
+using namespace pindesk;
 
 namespace {
 
@@ -17,46 +18,40 @@ struct SUnblock {
 long CheckLengths(const SUnblock& cns, const SUnblock& ds)
 {
     if (!cns.puk.LengthAllowed()) {
-        return kSecrets[CNS_PUK].lLength;
+        return SECRETS[CNS_PUK].lLength;
     }
     if (!cns.newPin.LengthAllowed()) {
-        return kSecrets[CNS_PIN].lNewLength;
+        return SECRETS[CNS_PIN].lNewLength;
     }
     if (!ds.puk.LengthAllowed()) {
-        return kSecrets[DS_PUK].lLength;
+        return SECRETS[DS_PUK].lLength;
     }
-    return ds.newPin.LengthAllowed() ? result::OK : kSecrets[DS_PIN].lNewLength;
+    return ds.newPin.LengthAllowed() ? result::OK : SECRETS[DS_PIN].lNewLength;
 }
 
-long SelectMF(CSCardZentaris34& card)
+/// Each application's secrets are reached from the MF.
+long UnblockCns(CSCardZentaris34& card, const SUnblock& cns)
 {
-    return card.SelectEx(M4_MF, nullptr, eFidDF) == 0 ? result::OK : result::SELECT_FAILED;
+    const long lSelected = SelectMf(card);
+    return lSelected != result::OK ? lSelected
+                                   : Unblock(card, CNS_PIN, cns.puk, cns.newPin).lResult;
 }
 
-/// Presents the PUK and resets the PIN of one application, whose DF is selected.
-long UnblockOne(CSCardZentaris34& card, const SSecret& pin, const SSecret& puk,
-                const SUnblock& unblock, long lRefused)
+long UnblockDs(CSCardZentaris34& card, const SUnblock& ds, const SProtection& protection)
 {
-    CK_BYTE cbPuk = 0;
-    // The DS PUK travels without its local bit here, unlike in a verification: kept on purpose.
-    const std::uint8_t bPuk = ReferenceSetting(puk.szReferenceSetting);
-    const long lAnswer = Present(card, bPuk, unblock.puk, cbPuk);
-    if (pin.bSignature && IsSecureMessagingError(lAnswer)) {
-        return result::SECURE_MESSAGING;
+    if (const long lSelected = SelectMf(card); lSelected != result::OK) {
+        return lSelected;
     }
-    if (lAnswer != 0) {
-        return VerificationResult(puk, lAnswer);
+    const long lSelected = SelectSignatureDf(card);
+    if (lSelected != result::OK && CCareful::Now()) {
+        return lSelected;
     }
-    std::uint16_t wSw = 0;
-    const long lSent = SendOwnCommand(
-        card, CResetRetryCounter(pin.Reference(), unblock.puk, cbPuk, unblock.newPin), wSw);
-    if (lSent != result::OK) {
-        return lSent;
+    SwitchSecureMessaging(card, protection, ins::RESET_RETRY_COUNTER);
+    const SOutcome unblocked = Unblock(card, DS_PIN, ds.puk, ds.newPin);
+    if (unblocked.lResult == result::OK) {
+        card.SetSMxCMode(0, nullptr, nullptr, nullptr, 0);
     }
-    if (pin.bSignature && IsSecureMessagingError(wSw)) {
-        return result::SECURE_MESSAGING;
-    }
-    return wSw == sw::SUCCESS ? result::OK : lRefused;
+    return unblocked.lResult;
 }
 
 } // namespace
@@ -77,29 +72,13 @@ long CNS_DS_UnblockPin(long slot, char* serialNumber, unsigned char* pCNSPuk, lo
     }
     // Without a pair the card is opened and nothing done: tolerated on purpose.
     return RunOperation(slot, serialNumber, EStart::CONNECTED, [&](CSCardZentaris34& card) {
-        long lResult = result::OK;
         if (cns.Given()) {
-            lResult = SelectMF(card);
-            if (lResult == result::OK) {
-                lResult = UnblockOne(card, kSecrets[CNS_PIN], kSecrets[CNS_PUK], cns,
-                                     result::UNBLOCK_CNS_PIN);
+            const long lResult = UnblockCns(card, cns);
+            if (lResult != result::OK) {
+                return lResult;
             }
         }
-        if (lResult != result::OK || !ds.Given()) {
-            return lResult;
-        }
-        lResult = SelectMF(card);
-        if (lResult != result::OK) {
-            return lResult;
-        }
-        SelectSignatureDF(card);
-        SwitchSecureMessaging(card, bUseSecureMessaging,
-                              ChooseKey(pOptional_SM_Des3Key, bUseSecureMessaging), ins::VERIFY,
-                              ins::RESET_RETRY_COUNTER);
-        lResult = UnblockOne(card, kSecrets[DS_PIN], kSecrets[DS_PUK], ds, result::UNBLOCK_DS_PIN);
-        if (lResult == result::OK) {
-            card.SetSMxCMode(0, nullptr, nullptr, nullptr, 0);
-        }
-        return lResult;
+        return ds.Given() ? UnblockDs(card, ds, {pOptional_SM_Des3Key, bUseSecureMessaging})
+                          : result::OK;
     });
 }

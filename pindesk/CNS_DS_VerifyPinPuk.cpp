@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "pindesk/operation.h"
-#include "pindesk/secrets.h"
+#include "pindesk/steps.h"
+
+using namespace pindesk;
 
 namespace {
 
@@ -12,20 +14,10 @@ long CheckArguments(const SValue (&values)[4])
     }
     for (const ESecret e : {CNS_PIN, CNS_PUK, DS_PIN, DS_PUK}) {
         if (!values[e].LengthAllowed()) {
-            return kSecrets[e].lLength;
+            return SECRETS[e].lLength;
         }
     }
     return result::OK;
-}
-
-long VerifyOne(CSCardZentaris34& card, const SSecret& secret, const SValue& value)
-{
-    CK_BYTE cbEffective = 0;
-    const long lAnswer = Present(card, secret.Reference(), value, cbEffective);
-    if (secret.bSignature && IsSecureMessagingError(lAnswer)) {
-        return result::SECURE_MESSAGING;
-    }
-    return VerificationResult(secret, lAnswer);
 }
 
 } // namespace
@@ -42,9 +34,7 @@ long CNS_DS_VerifyPinPuk(long slot, char* serialNumber, unsigned char* pCNSPin, 
         return lArguments;
     }
     return RunOperation(slot, serialNumber, EStart::MF_SELECTED, [&](CSCardZentaris34& card) {
-        SelectSignatureDF(card);
-        return ForEachSecret(card, pOptional_SM_Des3Key, bUseSecureMessaging, [&](ESecret e) {
-            return values[e].Given() ? VerifyOne(card, kSecrets[e], values[e]) : result::OK;
-        });
+        return ForEachSecret(card, {pOptional_SM_Des3Key, bUseSecureMessaging}, values,
+                             [&](ESecret e) { return Verify(card, e, values[e]); });
     });
 }

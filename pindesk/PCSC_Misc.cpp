@@ -12,6 +12,8 @@
 #include <memory>
 #include <new>
 
+using namespace pindesk;
+
 namespace {
 constexpr long INVALID = -1; // of PCSC_Valid
 

@@ -15,6 +15,7 @@
 
 #include <winscard.h>
 
+namespace pindesk {
 namespace result {
 constexpr long BUFFER_TOO_SMALL = -128; ///< a buffer smaller than the answer to reset in bytes
 } // namespace result
@@ -29,6 +30,7 @@ constexpr long FAST_FILES = 4;    ///< DF 2FFF whose file 0000 begins with a byt
 constexpr long DF_1111 = 5;       ///< DF 1111
 constexpr long WITH_DF_1112 = 32; ///< one of the first three, and DF 1112 with EF EF01
 } // namespace layout
+} // namespace pindesk
 
 extern "C" {
 
@@ -108,7 +110,7 @@ PINDESK_API long PCSC_AtrCmp(LPCTSTR szAtr1, LPCTSTR szAtr2, LPCTSTR szAtrMask);
 /// Finds out which layout the card in a slot has, by selecting files in a fixed order within one
 /// transaction. Reads SETTING_CNS_DF1, SETTING_CNS_DS_DF_ROOT and SETTING_CNS_DS_DF.
 /// \param slot       one-based position in the reader list.
-/// \param scardType  receives a value of namespace layout, whatever the result, once the first DF
+/// \param scardType  receives a value of namespace pindesk::layout, whatever the result, once the first DF
 ///                   was tried; left alone before.
 /// \return OK or 0x6284 when the last decisive select succeeded, else its status word or PC/SC
 ///         code; NO_CONTEXT; NO_READER (slot below 1, no list, no such slot, no connection, no

@@ -4,11 +4,13 @@
 
 #include "pindesk/PCSC_Misc.h"
 
+#include "cardlib/support/settings.h"
 #include "pindesk/plaincard.h"
-#include "pindesk/settings.h"
 
 #include <cstdlib>
 #include <cstring>
+
+using namespace pindesk;
 
 namespace {
 constexpr long MATCH = 0, NO_MATCH = -1;
@@ -27,7 +29,7 @@ long DetectBesideCns(CSelector& files, long* scardType)
 {
     *scardType = layout::CNS;
     files.Select(MF);
-    if (files.Select(FileIdSetting("SETTING_CNS_DS_DF_ROOT"))) {
+    if (files.Select(FileId(ESetting::DsRoot))) {
         *scardType = layout::CNS_AND_DS;
     }
     return files.LastResult();
@@ -66,7 +68,9 @@ long DetectOthers(CSCard& card, CSelector& files, long* scardType)
     return files.LastResult();
 }
 
-long Detect(CSCard& card, long* scardType)
+} // namespace
+
+long pindesk::DetectLayout(CSCard& card, long* scardType)
 {
     CSelector files(card);
     if (!files.SelectMf()) {
@@ -74,9 +78,9 @@ long Detect(CSCard& card, long* scardType)
     }
     *scardType = layout::UNKNOWN;
     long lResult = result::OK;
-    if (files.Select(FileIdSetting("SETTING_CNS_DF1"))) {
+    if (files.Select(FileId(ESetting::CnsDf))) {
         lResult = DetectBesideCns(files, scardType);
-    } else if (files.Select(FileIdSetting("SETTING_CNS_DS_DF"))) {
+    } else if (files.Select(FileId(ESetting::OtherDsDf))) {
         *scardType = layout::OTHER_DS;
         lResult = files.LastResult();
     } else {
@@ -85,7 +89,6 @@ long Detect(CSCard& card, long* scardType)
     DetectDf1112(files, scardType);
     return lResult;
 }
-} // namespace
 
 long PCSC_AtrCmp(LPCTSTR szAtr1, LPCTSTR szAtr2, LPCTSTR szAtrMask)
 {
@@ -109,7 +112,8 @@ long PCSC_GetFSType(long slot, long* scardType)
     if (!scardType) {
         return result::MISSING_ARGUMENT;
     }
-    const long lResult = WithPlainCard(slot, [&](CSCard& card) { return Detect(card, scardType); });
+    const long lResult =
+        WithPlainCard(slot, [&](CSCard& card) { return DetectLayout(card, scardType); });
     // a card that lets nothing be selected counts as none
     return lResult == result::SELECT_FAILED ? result::NO_READER : lResult;
 }

@@ -9,11 +9,13 @@
 #ifndef PINDESK_PINDESK_H
 #define PINDESK_PINDESK_H
 
-#include "cardlib/cktypes.h"
 #include "cardlib/export.h"
+
+#include <wintypes.h>
 
 /// What the exported operations return. CNS_GetSerial alone may also return a positive ISO/IEC
 /// 7816-4 status word, when a card has neither of the two serial-number files.
+namespace pindesk {
 namespace result {
 constexpr long OK = 0;
 constexpr long NO_CONTEXT = -1;            ///< SCardEstablishContext failed
@@ -36,8 +38,9 @@ constexpr long ADMIN_KEY_REFUSED = -27;    ///< authentication with the administ
 constexpr long REACTIVATION_REFUSED = -28; ///< the card refused to reactivate the signature PIN
 constexpr long NEW_DS_PIN_REFUSED = -29;   ///< the new DS PIN after a reactivation was refused
 constexpr long BLOCKED_CNS_PIN = -32;      ///< CNS PIN blocked, or the reader failed (see below)
-constexpr long READER_FAILED = -32;        ///< same value: the reader failed during a command that
-                                           ///< the operation builds itself
+constexpr long READER_FAILED = -32;        ///< same value: a command that the operation builds
+                                           ///< itself brought no status word; the card may have
+                                           ///< carried it out
 constexpr long BLOCKED_CNS_PUK = -33;      ///< CNS PUK blocked
 constexpr long BLOCKED_DS_PIN = -34;       ///< DS PIN blocked
 constexpr long BLOCKED_DS_PUK = -35;       ///< DS PUK blocked
@@ -50,9 +53,11 @@ constexpr long CNS_PUK_LENGTH = -61;       ///< CNS PUK not of 5 to 8 bytes
 constexpr long DS_PIN_LENGTH = -62;        ///< DS PIN not of 5 to 8 bytes
 constexpr long DS_PUK_LENGTH = -63;        ///< DS PUK not of 5 to 8 bytes
 constexpr long MISSING_ARGUMENT = -64;     ///< a buffer, or every secret, is missing
-constexpr long OTHER_CARD = -65;           ///< the card's serial number is not the expected one
+constexpr long OTHER_CARD = -65;           ///< the card's serial number is not the expected one,
+                                           ///< or another reader came into the slot meanwhile
 constexpr long SERIAL_UNREADABLE = -66;    ///< reading the serial-number file failed
 } // namespace result
+} // namespace pindesk
 
 /// Changes a setting, or adds one, for all later operations of this process.
 ///
@@ -63,13 +68,20 @@ constexpr long SERIAL_UNREADABLE = -66;    ///< reading the serial-number file f
 /// SETTING_CNS_DS_KAUTH 0x1C, SETTING_CNS_DS_DF 0x8110, SETTING_FASTFS_P11_DF 0x2FFF.
 /// A file identifier is read as the low 16 bits of its value, a reference as the low 8.
 ///
-/// SETTING_TRY_GUARD, absent by default, non-zero when on: a command that carries a secret is sent
-/// to the card at most once, and a failed or empty exchange is reported instead of repeated.
+/// SETTING_TRY_GUARD, absent by default, non-zero when on, makes the operations careful:
+/// - a command that carries a secret is sent to the card at most once, and a failed or empty exchange
+///   is reported instead of repeated; so is whatever does not bear repetition;
+/// - the expected serial number is read in the transaction in which the secrets are presented;
+/// - nothing is presented in a DF whose selection failed (SELECT_FAILED);
+/// - after 6700 a value is presented with its own length only if that is not 8, and if there is one;
+/// - the administration key is blocked only where the card itself refused to rewrite the signature
+///   PIN's object, and the attempt ends at the first answer that is not "wrong key".
 ///
 /// \param szSettingName  NUL-terminated name, compared exactly; must not be null. A name that
 ///                       nothing reads is accepted.
 /// \param lVal           the new value, kept as a 32-bit integer.
-/// \return 0 always. Takes no lock: call it only while no operation runs.
+/// \return 0 always. It may be called at any time: each operation works with the settings that it
+///         found at its start.
 PINDESK_API long PINDESK_ChangeSetting(const char* szSettingName, long lVal);
 
 /// Reads the serial number of the card in a slot: the 16 characters of the identity file, or, on a
@@ -87,7 +99,8 @@ PINDESK_API long CNS_GetSerial(long slot, char* serialNumber);
 /// right-padded with FF to 8 bytes, and once more unpadded if the card answers 6700.
 ///
 /// \param slot                     one-based position in the reader list.
-/// \param serialNumber             16 expected characters, or null to accept any card.
+/// \param serialNumber             the number that the card must have, a text of which the first 16
+///                                 characters count, or null to accept any card.
 /// \param pOptional_SM_Des3Key     24-byte Triple-DES key for the signature secrets under secure
 ///                                 messaging; null for the library's default key.
 /// \param bUseSecureMessaging      protects the DS secrets (never the CNS ones).
@@ -143,9 +156,11 @@ PINDESK_API long CNS_DS_GetPinLimit(long slot, char* serialNumber, int* piCnsPin
 
 /// Deactivates the signature PIN and tightens the access conditions of three DFs; with bUseAdminKey
 /// it authenticates first and blocks the administration key at the end. The conditions are
-/// rewritten as far as the card lets: their failures do not change the result.
+/// rewritten as far as the card lets, and only where all nine of a DF could be read: their failures
+/// do not change the result. Blocking the key ends when the card says 6983, is gone, or is silent
+/// twice in a row.
 /// \param slot                    one-based position in the reader list.
-/// \param serialNumber            16 expected characters, or null to accept any card.
+/// \param serialNumber            as in CNS_DS_VerifyPinPuk.
 /// \param pOptional_Admin_Des3Key 24-byte Triple-DES key; null for the library's default key.
 /// \param bUseAdminKey            authenticate with the administration key, then block it.
 /// \return OK, NO_CONTEXT, NO_READER, NO_CARD, SELECT_FAILED, DEACTIVATION_REFUSED,
@@ -161,7 +176,8 @@ PINDESK_API long DS_LockPin(long slot, char* serialNumber, unsigned char* pOptio
 /// given, and rewrites the access conditions of the PIN object.
 ///
 /// The PUK is presented in every case, eight FF bytes for a missing one. Lengths have no lower
-/// bound here.
+/// bound here, and a negative one counts as a missing value. Where the card refuses to rewrite the
+/// PIN object, the administration key is blocked as in DS_DeactivatePin.
 /// \param pOptional_Admin_Des3Key, bUseAdminKey  accepted for symmetry with DS_DeactivatePin and
 ///                                               never used.
 /// \return OK, NO_CONTEXT, NO_READER, NO_CARD, SELECT_FAILED, SECURE_MESSAGING, VERIFY_DS_PUK,

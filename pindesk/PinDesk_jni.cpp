@@ -9,6 +9,8 @@
 #include "pindesk/PinDesk.h"
 #include "pindesk/secrets.h"
 
+using namespace pindesk;
+
 namespace {
 
 constexpr BOOL PLAIN = 0, PROTECTED = 1;
@@ -71,8 +73,8 @@ jlong Change(JNIEnv* env, jint numslot, jstring oldValue, jstring newValue, ESec
              BOOL bUseSecureMessaging)
 {
     const CTwoStrings strings(env, oldValue, newValue);
-    SArgument oldValues[std::size(kSecrets)];
-    SArgument newValues[std::size(kSecrets)];
+    SArgument oldValues[std::size(SECRETS)];
+    SArgument newValues[std::size(SECRETS)];
     oldValues[eSecret] = strings.First();
     newValues[eSecret] = strings.Second();
     const auto& [oldCnsPin, oldCnsPuk, oldDsPin, oldDsPuk] = oldValues;

@@ -2,48 +2,60 @@
 
 #include "pindesk/operation.h"
 
+#include "pindesk/serial.h"
+
+#include <string>
+
+namespace pindesk {
+
 namespace {
 
-/// Byte by byte up to the first difference: a host's shorter string is not read past its end.
-bool SameSerial(const char* szExpected, const char* szCard)
+/// Checks the number over a connection of its own.
+/// \param reader  receives the name of the reader that the card is in.
+long FindCard(long slot, const char* szExpectedSerial, std::string& reader)
 {
-    for (std::size_t i = 0; i < SERIAL_LENGTH; ++i) {
-        if (szExpected[i] != szCard[i]) {
-            return false;
-        }
+    CCnsFrame frame;
+    if (const long lResult = frame.Open(slot); lResult != result::OK) {
+        return lResult;
     }
-    return true;
+    reader = frame.Reader();
+    return CompareSerial(frame.Card(), szExpectedSerial);
+}
+
+/// Opens the frame on the expected card.
+long OpenExpected(CCnsFrame& frame, long slot, const char* szExpectedSerial)
+{
+    if (CCareful::Now()) {
+        const long lResult = frame.Open(slot);
+        return lResult != result::OK ? lResult : CompareSerial(frame.Card(), szExpectedSerial);
+    }
+    std::string reader;
+    if (const long lResult = FindCard(slot, szExpectedSerial, reader); lResult != result::OK) {
+        SCardReleaseContext(0); // there is none yet; hosts' PC/SC logs show this call
+        return lResult;
+    }
+    return frame.Open(slot, reader.c_str());
 }
 
 } // namespace
 
 long CheckSerial(long slot, const char* szExpectedSerial)
 {
-    char serial[SERIAL_LENGTH + 1] = {};
-    const long lResult = CNS_GetSerial(slot, serial);
-    if (lResult != result::OK) {
-        return lResult;
-    }
-    return SameSerial(szExpectedSerial, serial) ? result::OK : result::OTHER_CARD;
+    std::string reader;
+    return FindCard(slot, szExpectedSerial, reader);
 }
 
-long OpenFrame(CHeldCard<CSCardZentaris34>& held, long slot, const char* szExpectedSerial,
-               EStart eStart)
+long OpenOperation(CCnsFrame& frame, long slot, const char* szExpectedSerial, EStart eStart)
 {
     if (slot < 1) {
         return result::NO_READER;
     }
-    if (szExpectedSerial != nullptr) {
-        const long lResult = CheckSerial(slot, szExpectedSerial);
-        if (lResult != result::OK) {
-            SCardReleaseContext(0); // there is none yet; hosts' PC/SC logs show this call
-            return lResult;
-        }
-    }
-    const long lResult = held.Open(slot);
+    const long lResult = szExpectedSerial != nullptr ? OpenExpected(frame, slot, szExpectedSerial)
+                                                     : frame.Open(slot);
     if (lResult != result::OK || eStart == EStart::CONNECTED) {
         return lResult;
     }
-    const bool bSelected = held.Card().SelectEx(M4_MF, nullptr, eFidDF) == 0;
-    return bSelected ? result::OK : result::SELECT_FAILED;
+    return SelectMf(frame.Card());
 }
+
+} // namespace pindesk

@@ -1,44 +1,43 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The frame of every operation: slot and serial-number check, context, reader, card object and
-// transaction, acquired in this order and given back by the scope of CHeldCard. Internal.
+// The beginning of every operation on a card that may be expected: the frame, and the check of the
+// serial number. Internal.
 
 #ifndef PINDESK_OPERATION_H
 #define PINDESK_OPERATION_H
 
-#include "cardlib/scardzentaris34.h"
-#include "pindesk/PinDesk.h"
-#include "pindesk/heldcard.h"
+#include "pindesk/frame.h"
 
-#include <exception>
+namespace pindesk {
 
-constexpr std::size_t SERIAL_LENGTH = 16;
-
-/// How far the frame goes before the operation's own steps.
+/// How far an operation is opened before its own steps.
 enum class EStart { MF_SELECTED, CONNECTED };
 
-/// Opens an operation's card: checks slot and serial number, holds the card, selects the MF.
-/// \param szExpectedSerial  16 characters that the card must have, or null for any card.
+/// Opens the frame of an operation on the expected card.
+///
+/// The number is read over a connection of its own, and the operation's then goes to the reader of
+/// the same name. Careful, it is read in the transaction that the operation works in, so that no
+/// other card can take the place of the one that was checked.
+/// \param szExpectedSerial  up to 16 characters that the card must have, or null for any card.
 /// \return OK, or the operation's result.
-long OpenFrame(CHeldCard<CSCardZentaris34>& held, long slot, const char* szExpectedSerial,
-               EStart eStart);
+long OpenOperation(CCnsFrame& frame, long slot, const char* szExpectedSerial, EStart eStart);
 
-/// Opens the frame and runs an operation's own steps, long(CSCardZentaris34&), on the card.
-/// \return the frame's failure or what the steps return. A lack of memory counts as no context.
+/// Compares the card in a slot with an expected serial number, over a connection of its own.
+/// \return OK, OTHER_CARD, or the failure of CNS_GetSerial.
+long CheckSerial(long slot, const char* szExpectedSerial);
+
+/// Opens an operation and runs its own steps, long(CSCardZentaris34&), on the card.
+/// \return the failure of the opening or what the steps return.
 template <typename TSteps>
 long RunOperation(long slot, const char* szExpectedSerial, EStart eStart, TSteps steps)
 {
-    try {
-        CHeldCard<CSCardZentaris34> held;
-        const long lResult = OpenFrame(held, slot, szExpectedSerial, eStart);
-        return lResult != result::OK ? lResult : steps(held.Card());
-    } catch (const std::exception&) {
-        return result::NO_CONTEXT;
-    }
+    return RunWithSettings([&] {
+        CCnsFrame frame;
+        const long lResult = OpenOperation(frame, slot, szExpectedSerial, eStart);
+        return lResult != result::OK ? lResult : steps(frame.Card());
+    });
 }
 
-/// Compares the card in a slot with an expected serial number.
-/// \return OK, OTHER_CARD, or the failure of CNS_GetSerial.
-long CheckSerial(long slot, const char* szExpectedSerial);
+} // namespace pindesk
 
 #endif

@@ -4,6 +4,8 @@
 
 #include "pindesk/plaincard.h"
 
+namespace pindesk {
+
 namespace {
 constexpr WORD MF = 0x3F00;
 constexpr long SELECTED_WITHOUT_FCI = 0x6284;
@@ -24,3 +26,5 @@ bool CSelector::Select(WORD fid, int fidType)
     m_lResult = m_card.SelectEx(fid, m_bAskForFci ? &cbFile : nullptr, fidType);
     return m_lResult == 0 || m_lResult == SELECTED_WITHOUT_FCI;
 }
+
+} // namespace pindesk

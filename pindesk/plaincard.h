@@ -7,9 +7,9 @@
 #define PINDESK_PLAINCARD_H
 
 #include "cardlib/cscardsetec43.h"
-#include "pindesk/heldcard.h"
+#include "pindesk/frame.h"
 
-#include <exception>
+namespace pindesk {
 
 /// Holds the card in a slot and runs steps, long(CSCard&), on it. The Setec session serves every
 /// card here: it has the base's selections and nothing that looks at the card on connecting.
@@ -17,16 +17,14 @@
 ///         no connection), SELECT_FAILED (no transaction), or what the steps return.
 template <typename TSteps> long WithPlainCard(long slot, TSteps steps)
 {
-    try {
-        CHeldCard<CSCardSetec43> held;
-        const long lResult = held.Open(slot);
+    return RunWithSettings([&] {
+        CFrame<CSCardSetec43> frame;
+        const long lResult = frame.Open(slot);
         if (lResult == result::OK) {
-            return steps(held.Card());
+            return steps(frame.Card());
         }
         return lResult == result::NO_CARD ? result::NO_READER : lResult;
-    } catch (const std::exception&) {
-        return result::NO_CONTEXT;
-    }
+    });
 }
 
 /// Selects through a session, tolerantly: 6284 (selected, file control information not as the
@@ -48,5 +46,11 @@ private:
     bool m_bAskForFci = false;
     long m_lResult = 0;
 };
+
+/// Finds out which layout a card has. 3 to 8 exchanges.
+/// \return SELECT_FAILED without an MF, else as PCSC_GetFSType.
+long DetectLayout(CSCard& card, long* scardType);
+
+} // namespace pindesk
 
 #endif

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <utility>
 
+namespace pindesk {
+
 long CContext::Establish()
 {
     const LONG lResult = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &m_hContext);
@@ -82,3 +84,10 @@ long CReaderAtSlot::Open(long slot)
     m_szName = m_readers.At(slot);
     return m_szName ? result::OK : result::NO_READER;
 }
+
+bool CReaderAtSlot::IsNamed(const char* szName) const
+{
+    return std::strcmp(m_szName, szName) == 0;
+}
+
+} // namespace pindesk

@@ -7,6 +7,8 @@
 
 #include <winscard.h>
 
+namespace pindesk {
+
 /// A PC/SC context of scope user. The service has few contexts for the whole machine, so it is
 /// released by Close() or at the end of the scope on every path, unless it was given away with
 /// Detach().
@@ -63,6 +65,8 @@ public:
     long Open(long slot);
     /// The reader's name, in this object's memory. After Open() has returned 0.
     const char* Name() const { return m_szName; }
+    /// Whether that is its name.
+    bool IsNamed(const char* szName) const;
     /// The context; it stays this object's.
     SCARDCONTEXT Context() const { return m_context.Handle(); }
     /// Hands the context over: from here on the caller releases it, after this object's end.
@@ -73,5 +77,7 @@ private:
     CReaderList m_readers;
     const char* m_szName = nullptr;
 };
+
+} // namespace pindesk
 
 #endif

@@ -2,26 +2,44 @@
 
 #include "pindesk/secrets.h"
 
-#include "pindesk/PinDesk.h"
-#include "pindesk/constants.h"
-#include "pindesk/settings.h"
+namespace pindesk {
 
 using namespace result;
 
-const SSecret kSecrets[4] = {
-    {"SETTING_CNS_PIN", 0x00, false, CNS_PIN_LENGTH, NEW_CNS_PIN_LENGTH, VERIFY_CNS_PIN,
-     BLOCKED_CNS_PIN, CHANGE_CNS_PIN},
-    {"SETTING_CNS_PUK", 0x00, false, CNS_PUK_LENGTH, NEW_CNS_PUK_LENGTH, VERIFY_CNS_PUK,
-     BLOCKED_CNS_PUK, CHANGE_CNS_PUK},
-    {"SETTING_CNS_DS_PIN", p2::LOCAL_REFERENCE, true, DS_PIN_LENGTH, NEW_DS_PIN_LENGTH,
-     VERIFY_DS_PIN, BLOCKED_DS_PIN, CHANGE_DS_PIN},
-    {"SETTING_CNS_DS_PUK", p2::LOCAL_REFERENCE, true, DS_PUK_LENGTH, NEW_DS_PUK_LENGTH,
-     VERIFY_DS_PUK, BLOCKED_DS_PUK, CHANGE_DS_PUK},
+const SSecret SECRETS[4] = {
+    {.eReference = ESetting::CnsPin,
+     .bLocality = 0x00,
+     .bSignature = false,
+     .lLength = CNS_PIN_LENGTH,
+     .lNewLength = NEW_CNS_PIN_LENGTH,
+     .verify = {.lRefused = VERIFY_CNS_PIN, .lBlocked = BLOCKED_CNS_PIN, .bSmHasCode = false},
+     .change = {.lRefused = CHANGE_CNS_PIN, .lBlocked = CHANGE_CNS_PIN, .bSmHasCode = false}},
+    {.eReference = ESetting::CnsPuk,
+     .bLocality = 0x00,
+     .bSignature = false,
+     .lLength = CNS_PUK_LENGTH,
+     .lNewLength = NEW_CNS_PUK_LENGTH,
+     .verify = {.lRefused = VERIFY_CNS_PUK, .lBlocked = BLOCKED_CNS_PUK, .bSmHasCode = false},
+     .change = {.lRefused = CHANGE_CNS_PUK, .lBlocked = CHANGE_CNS_PUK, .bSmHasCode = false}},
+    {.eReference = ESetting::DsPin,
+     .bLocality = p2::LOCAL_REFERENCE,
+     .bSignature = true,
+     .lLength = DS_PIN_LENGTH,
+     .lNewLength = NEW_DS_PIN_LENGTH,
+     .verify = {.lRefused = VERIFY_DS_PIN, .lBlocked = BLOCKED_DS_PIN, .bSmHasCode = true},
+     .change = {.lRefused = CHANGE_DS_PIN, .lBlocked = CHANGE_DS_PIN, .bSmHasCode = true}},
+    {.eReference = ESetting::DsPuk,
+     .bLocality = p2::LOCAL_REFERENCE,
+     .bSignature = true,
+     .lLength = DS_PUK_LENGTH,
+     .lNewLength = NEW_DS_PUK_LENGTH,
+     .verify = {.lRefused = VERIFY_DS_PUK, .lBlocked = BLOCKED_DS_PUK, .bSmHasCode = true},
+     .change = {.lRefused = CHANGE_DS_PUK, .lBlocked = CHANGE_DS_PUK, .bSmHasCode = true}},
 };
 
 std::uint8_t SSecret::Reference() const
 {
-    return ReferenceSetting(szReferenceSetting) | bLocality;
+    return ::Reference(eReference) | bLocality;
 }
 
 CPaddedPin::CPaddedPin(const SValue& value)
@@ -30,67 +48,4 @@ CPaddedPin::CPaddedPin(const SValue& value)
     (void)Assign(value.pb, static_cast<std::size_t>(cb), 0xFF); // fits: clamped above
 }
 
-long Present(CSCardZentaris34& card, std::uint8_t bReference, const SValue& value,
-             CK_BYTE& cbEffective)
-{
-    const CPaddedPin padded(value);
-    cbEffective = CPaddedPin::size();
-    const long lAnswer = card.Verify(bReference, padded.data(), cbEffective);
-    if (lAnswer != sw::WRONG_LENGTH) {
-        return lAnswer;
-    }
-    cbEffective = static_cast<CK_BYTE>(std::clamp(value.cb, 0L, static_cast<long>(padded.size())));
-    return card.Verify(bReference, padded.data(), cbEffective);
-}
-
-long VerificationResult(const SSecret& secret, long lAnswer)
-{
-    if (lAnswer == 0) {
-        return OK;
-    }
-    return lAnswer == sw::AUTH_BLOCKED ? secret.lBlocked : secret.lVerify;
-}
-
-bool IsSecureMessagingError(long lAnswer)
-{
-    return lAnswer == sw::SM_OBJECTS_MISSING || lAnswer == sw::SM_OBJECTS_WRONG ||
-           lAnswer == sw::WRONG_DATA;
-}
-
-const unsigned char* ChooseKey(const unsigned char* pOptionalKey, BOOL bUseKey)
-{
-    return pOptionalKey == nullptr && bUseKey ? DEFAULT_DES3_KEY : pOptionalKey;
-}
-
-void SwitchSecureMessaging(CSCardZentaris34& card, BOOL bUse, const unsigned char* pKey,
-                           std::uint8_t bIns1, std::uint8_t bIns2)
-{
-    CK_BYTE instructions[] = {bIns1, bIns2};
-    card.SetSMxCMode(bUse != 0, pKey, pKey, instructions, sizeof instructions);
-}
-
-void SelectSignatureDF(CSCardZentaris34& card)
-{
-    card.SelectEx(FileIdSetting("SETTING_CNS_DS_DF_ROOT"), nullptr, eFidDF);
-}
-
-CResetRetryCounter::CResetRetryCounter(std::uint8_t bReference, const SValue& puk, CK_BYTE cbPuk,
-                                       const SValue& newPin)
-    : CCommandApdu(cla::ISO, ins::RESET_RETRY_COUNTER, 0x00, bReference)
-{
-    const CPaddedPin paddedPuk(puk);
-    const CPaddedPin paddedPin(newPin);
-    Data(paddedPuk.data(), cbPuk).Data(paddedPin.data(), paddedPin.size());
-}
-
-long SendOwnCommand(CSCardZentaris34& card, const CCommandApdu& command, std::uint16_t& wSw)
-{
-    CResponseApdu response(255);
-    const long lExchange =
-        card.Transmit(command.data(), command.size(), response.data(), response.Length());
-    if (lExchange != 0) {
-        return READER_FAILED;
-    }
-    wSw = response.Usable() ? response.Sw() : sw::NO_DIAGNOSIS;
-    return OK;
-}
+} // namespace pindesk

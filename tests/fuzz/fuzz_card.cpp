@@ -8,7 +8,8 @@
 #include "cardlib/cscardsetec43.h"
 #include "cardlib/scardzentaris34.h"
 #include "pindesk/PCSC_Misc.h"
-#include "pindesk/PinDesk.h"
+#include "tests/support/envelopes.h"
+#include "tests/support/operations.h"
 #include "tests/support/scripted_pcsc.h"
 
 #include <algorithm>
@@ -39,7 +40,7 @@ public:
         return static_cast<std::uint16_t>(bHigh << 8 | Byte());
     }
     /// A length byte and as many bytes, as far as there are.
-    scripted::Bytes Bytes()
+    Bytes Bytes()
     {
         const std::size_t cb = std::min<std::size_t>(Byte(), m_cb);
         m_pb += cb;
@@ -52,38 +53,95 @@ private:
     std::size_t m_cb;
 };
 
-/// What one exchange comes to; the fuzzer's next byte chooses.
-SAnswer NextAnswer(CInput& input)
+constexpr std::uint8_t KEY[24] = {1, 2, 3, 4, 5, 6, 7, 8};
+
+/// A description of a file as cards give it; the bits of a byte choose its parts.
+Bytes FileControlInformation(CInput& input)
 {
-    constexpr LONG kCodes[] = {SCARD_E_NOT_READY,      SCARD_F_COMM_ERROR,
-                               SCARD_F_UNKNOWN_ERROR,  SCARD_E_NOT_TRANSACTED,
-                               SCARD_W_RESET_CARD,     SCARD_W_REMOVED_CARD,
-                               SCARD_E_NO_SERVICE,     0x80100079,
-                               SCARD_E_INVALID_HANDLE, SCARD_E_INSUFFICIENT_BUFFER};
-    const std::uint8_t bForm = input.Byte();
-    SAnswer answer("");
-    switch (bForm % 8) {
-    case 1: // a failure, with buffer and length as they were, or emptied
-        answer.m_lCode = kCodes[input.Byte() % std::size(kCodes)];
-        if ((bForm & 0x80) != 0)
-            answer.m_data.reset();
-        break;
-    case 2:
-        answer.m_lCode = kCodes[input.Byte() % std::size(kCodes)];
-        answer.m_data = input.Bytes();
-        break;
-    case 3:
-        answer.m_data->assign(input.Word(), 0x90); // as long as it can be
-        break;
-    case 4:
-        return input.Word();
-    default: // data, and success most of the time
-        answer.m_data = input.Bytes();
-        if (bForm % 8 != 0)
-            answer.m_data->insert(answer.m_data->end(), {0x90, 0x00});
+    constexpr struct {
+        std::uint8_t bMask, bTag;
+        std::size_t cb;
+    } PARTS[] = {{0x01, 0x80, 2}, {0x02, 0x81, 2}, {0x04, 0x82, 1}, {0x08, 0x82, 6},
+                 {0x10, 0x83, 2}, {0x20, 0x86, 9}, {0x40, 0x86, 2}, {0x80, 0x8A, 1}};
+    const std::uint8_t bParts = input.Byte();
+    Bytes body;
+    for (const auto& part : PARTS) {
+        if ((bParts & part.bMask) != 0) {
+            body = body + Object(part.bTag, Bytes(part.cb, input.Byte()));
+        }
     }
-    return answer;
+    return Object(0x6F, body);
 }
+
+/// The card's side of the exchanges.
+class CFuzzedCard {
+public:
+    explicit CFuzzedCard(CInput& input) : m_input(input) {}
+
+    /// What one exchange comes to; the fuzzer's next byte chooses.
+    SAnswer Answer(const Bytes& command)
+    {
+        const Bytes OK = {0x90, 0x00};
+        if (command.size() > 13 && command[1] == 0x86) { // GIVE RANDOM
+            m_envelope.hostRandom.assign(command.begin() + 5, command.begin() + 13);
+        }
+        const std::uint8_t bForm = m_input.Byte();
+        switch (bForm % 8) {
+        case 1:
+        case 2:
+            return Failure(bForm);
+        case 3:
+            return Bytes(m_input.Word(), 0x90); // as long as it can be
+        case 4:
+            return m_input.Word();
+        case 5: // what was asked for
+            return Bytes(command.size() < 5 ? 0 : command[4], m_input.Byte()) + OK;
+        case 6:
+            return Protected(command);
+        case 7: {
+            const int cMore = m_input.Byte() % 4;
+            Bytes page = FileControlInformation(m_input);
+            for (int i = 0; i < cMore; ++i) {
+                page = page + FileControlInformation(m_input);
+            }
+            return page + OK;
+        }
+        default: // any bytes
+            return m_input.Bytes() + ((bForm & 0x80) != 0 ? OK : Bytes());
+        }
+    }
+
+private:
+    /// A failure, with buffer and length as they were, or with bytes.
+    SAnswer Failure(std::uint8_t bForm)
+    {
+        constexpr LONG CODES[] = {SCARD_E_NOT_READY,      SCARD_F_COMM_ERROR,
+                                  SCARD_F_UNKNOWN_ERROR,  SCARD_E_NOT_TRANSACTED,
+                                  SCARD_W_RESET_CARD,     SCARD_W_REMOVED_CARD,
+                                  SCARD_E_NO_SERVICE,     0x80100079,
+                                  SCARD_E_INVALID_HANDLE, SCARD_E_INSUFFICIENT_BUFFER};
+        SAnswer answer(bForm % 8 == 2 ? m_input.Bytes() : Bytes());
+        answer.m_lCode = CODES[m_input.Byte() % std::size(CODES)];
+        if (bForm % 8 == 1 && (bForm & 0x80) != 0) {
+            answer.m_data.reset();
+        }
+        return answer;
+    }
+
+    /// The fuzzer's bytes in the envelope that the command asks for; as they are without one.
+    Bytes Protected(const Bytes& command)
+    {
+        const Bytes data = m_input.Bytes();
+        if (command.empty() || command[0] != 0x0C || data.size() > 200) {
+            return data + Bytes{0x90, 0x00};
+        }
+        m_envelope.header.assign(command.begin(), command.begin() + 4);
+        return m_envelope.ProtectAnswer(libcrypto::IsoPadded(data));
+    }
+
+    CInput& m_input;
+    SEnvelope m_envelope{.sig = Bytes(KEY, KEY + 24), .enc = Bytes(KEY, KEY + 24)};
+};
 
 using Buffer = std::unique_ptr<CK_BYTE[]>; ///< exactly as large as announced
 
@@ -100,26 +158,34 @@ void Choose(std::uint8_t b, std::initializer_list<std::function<void()>> calls)
 
 void Operation(CInput& input, std::uint8_t bOperation, std::uint8_t bHow)
 {
-    unsigned char p[] = "12345678";
-    char szExpected[] = "ABCDEFGH12345678";
-    char szPuk[] = "12345678";
-    char* const sz = (bHow & WITH_SERIAL) != 0 ? szExpected : nullptr;
-    const BOOL bProtect = (bHow & PROTECTED) != 0;
-    const auto n = static_cast<long>(5 + input.Byte() % 4);
+    const SPin pin("12345678", static_cast<long>(5 + input.Byte() % 4)), newPin("12345678");
+    const Pins pins = {pin, pin, pin, pin}, newPins = {newPin, newPin, newPin, newPin};
+    const SCall call = {.bProtect = (bHow & PROTECTED) != 0,
+                        .szSerial = (bHow & WITH_SERIAL) != 0 ? "ABCDEFGH12345678" : nullptr,
+                        .pKey = const_cast<unsigned char*>(KEY)};
+    DWORD cch = 300;
+    ScardConnection* pConnection = nullptr;
+    const auto unblock = call.bProtect != 0 ? PCSC_Unblock_Starcos : PCSC_Unblock_M4_1111;
     long l = 300;
     Choose(bOperation & 0x3F,
-           {[&] { CNS_GetSerial(1, std::make_unique<char[]>(17).get()); },
-            [&] { CNS_DS_VerifyPinPuk(1, sz, p, n, p, n, p, n, p, n, nullptr, bProtect); },
+           {[&] { ReadSerial(call); }, [&] { Verify(pins, call); },
+            [&] { Change(pins, newPins, call); }, [&] { Unblock(pins, newPins, call); },
+            [&] { Lock(call); }, [&] { Reactivate(pin, newPin, call); },
+            [&] { PCSC_GetFSType(1, &l); }, [&] { unblock(1, "12345678", "12345678"); },
+            [&] { PCSC_GetATR(1, std::make_unique<char[]>(300).get(), &l); },
+            [&] { PCSC_GetReaderName(1, std::make_unique<char[]>(300).get(), &l); },
+            [&] { PCSC_GetReadersCount(&l); },
+            [&] { PCSC_GetReadersList(std::make_unique<char[]>(300).get(), &cch); },
             [&] {
-                CNS_DS_ChangePinPuk(1, sz, p, n, p, 8, p, n, p, 8, p, n, p, 8, p, n, p, 8, nullptr,
-                                    bProtect);
+                if (PCSC_Connect(1, &pConnection) == 0) {
+                    PCSC_Valid(pConnection);
+                    PCSC_Disconnect(pConnection);
+                }
             },
-            [&] { CNS_DS_UnblockPin(1, sz, p, n, p, 8, p, n, p, 8, nullptr, bProtect); },
-            [&] { DS_LockPin(1, sz, nullptr, bProtect); },
-            [&] { DS_ReactivatePin(1, sz, p, n, p, 8, nullptr, 0, nullptr, bProtect); },
-            [&] { PCSC_GetFSType(1, &l); },
-            [&] { (bProtect ? PCSC_Unblock_Starcos : PCSC_Unblock_M4_1111)(1, szPuk, szPuk); },
-            [&] { PCSC_GetATR(1, std::make_unique<char[]>(300).get(), &l); }});
+            [&] {
+                CNS_DS_GetPinLimit(1, const_cast<char*>(call.szSerial), nullptr, nullptr, nullptr,
+                                   nullptr, nullptr, nullptr, nullptr, nullptr);
+            }});
 }
 
 /// One command that all classes have.
@@ -138,7 +204,8 @@ void BaseCommand(CSCard& card, CInput& input, std::uint8_t bCommand)
             [&] { card.UpdateBinary(data.get(), l, path[1]); },
             // the base's own, whose answer has 256 bytes
             [&] { card.CSCard::Transmit(data.get(), 5 + l % 250, Room(256).get(), &cbAnswer); },
-            [&] { card.InvalidateCache(); }});
+            [&] { card.GetATR(Room(64).get(), &(cbAnswer = 64)); },
+            [&] { card.Attach(card.Detach()); }, [&] { card.InvalidateCache(); }});
 }
 
 void RecordCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
@@ -195,14 +262,13 @@ void AdminCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
 
 void SecurityCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
 {
-    const CK_BYTE key[24] = {1, 2, 3, 4, 5, 6, 7, 8};
     const auto data = Room(648);
     CK_ULONG cb = input.Byte() * 2ul;
     const auto room = Room(cb);
     CK_BYTE *const pb = data.get(), *const pOut = room.get();
     _M4_BSO_info object;
     Choose(bCommand, {[&] { card.VerifyAndChange(0x10, pb, 8, pb, 8, 8); },
-                      [&] { card.CRVerifyDes(0x1C, key, 24, cb); },
+                      [&] { card.CRVerifyDes(0x1C, KEY, 24, cb); },
                       [&] { card.EncDec(0x8086, pb, 128, pOut, &cb); },
                       [&] { card.InternalAuthenticate(1, pb, 8, pOut, &cb); },
                       [&] { card.ComputeSignature(pb, 20, pOut, &cb); },
@@ -214,7 +280,11 @@ void SecurityCommand(CSCardCardOSM4& card, CInput& input, std::uint8_t bCommand)
                           card.LoadSecurityEnvironment(1, 2, 3, 1, 0);
                           card.ManageSecurityEnvironment(1, 0xB601, 0);
                       },
-                      [&] { card.SetSMxCMode(cb % 4 != 0, key, key, nullptr, 0); }});
+                      [&] {
+                          DWORD cbAnswer = 648;
+                          card.Transmit_SMx4(KEY, pb, 10, pb, &cbAnswer);
+                      },
+                      [&] { card.SetSMxCMode(cb % 4 != 0, KEY, KEY, nullptr, 0); }});
 }
 
 void SetecCommand(CSCardSetec43& card, CInput& input, std::uint8_t bCommand)
@@ -223,11 +293,13 @@ void SetecCommand(CSCardSetec43& card, CInput& input, std::uint8_t bCommand)
     CK_ULONG cb = input.Byte();
     const auto room = Room(cb);
     CK_BYTE* const pb = data.get();
-    Choose(bCommand, {[&] { card.VerifyAndChange(1, pb, 8, pb, 8); }, [&] { card.PutHash(pb, 20); },
-                      [&] { card.ComputeSignature(room.get(), &cb); },
-                      [&] { card.EncDec(0x8086, pb, 128, room.get(), &cb); },
-                      [&] { card.ExportRSAPublicKey(1, Room(128).get()); },
-                      [&] { card.GetResponse(input.Byte(), pb); }});
+    Choose(bCommand,
+           {[&] { card.VerifyAndChange(1, pb, 8, pb, 8); }, [&] { card.PutHash(pb, 20); },
+            [&] { card.ComputeSignature(room.get(), &cb); },
+            [&] { card.EncDec(0x8086, pb, 128, room.get(), &cb); },
+            [&] { card.ExportRSAPublicKey(1, Room(128).get()); }, [&] { card.Verify(1, pb, 8); },
+            [&] { card.ManageSecurityEnvironment(1, 0x41B6, 2); },
+            [&] { card.GetResponse(input.Byte(), pb); }});
 }
 
 void Command(CSCardCardOSM4& card, CInput& input, std::uint8_t b)
@@ -266,12 +338,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pb, std::size_t cb)
     const std::uint8_t bHow = input.Byte();
     PINDESK_ChangeSetting("SETTING_TRY_GUARD", (bHow & TRY_GUARD) != 0);
     CScriptedPcsc pcsc;
-    const auto atr = (bHow & 0x80) != 0 ? input.Bytes() : scripted::Bytes{0x3B};
-    pcsc.Readers({{"Fuzz", scripted::ToHex(atr.data(), atr.size())}});
+    const auto atr = (bHow & 0x80) != 0 ? input.Bytes() : Bytes{0x3B};
+    pcsc.Readers({{"Fuzz", ToHex(atr)}});
     pcsc.Protocol((bHow & T0) != 0 ? SCARD_PROTOCOL_T0 : SCARD_PROTOCOL_T1);
-    pcsc.Otherwise([&](const auto&) {
+    CFuzzedCard card(input);
+    pcsc.Otherwise([&](const Bytes& command) {
         if (!input.Empty())
-            return NextAnswer(input);
+            return card.Answer(command);
         pcsc.RemoveCard(); // so that every loop that relies on the card comes to its end
         return SAnswer::Fail(SCARD_W_REMOVED_CARD);
     });

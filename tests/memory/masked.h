@@ -18,7 +18,7 @@ using Byte = unsigned char;
 constexpr Byte MASK = 0xA5;
 /// The same, read anew for each byte: the compiler shall not undo the masking in advance, nor move
 /// a secret through wide registers that end up on some stack.
-inline const volatile Byte g_bMask = MASK;
+inline const volatile Byte FRESH_MASK = MASK;
 
 /// At most 24 bytes, kept masked.
 class CMasked {
@@ -30,6 +30,13 @@ public:
                        [](char c) { return static_cast<Byte>(static_cast<Byte>(c) ^ MASK); });
     }
 
+    CMasked(const char* szName, std::span<const Byte> secret)
+        : m_szName(szName), m_cb(secret.size())
+    {
+        std::transform(secret.begin(), secret.end(), m_ab.begin(),
+                       [](Byte b) { return static_cast<Byte>(b ^ MASK); });
+    }
+
     const char* Name() const { return m_szName; }
     std::size_t size() const { return m_cb; }
     Byte MaskedAt(std::size_t i) const { return m_ab[i]; }
@@ -39,7 +46,7 @@ public:
     {
         volatile Byte* const pb = pbOut;
         for (std::size_t i = 0; i < m_cb; ++i) {
-            pb[i] = static_cast<Byte>(m_ab[i] ^ g_bMask);
+            pb[i] = static_cast<Byte>(m_ab[i] ^ FRESH_MASK);
         }
     }
 

@@ -7,10 +7,8 @@
 #define TESTS_SUPPORT_OPERATION_TEST_H
 
 #include "cardlib/ckdictionary.h"
-#include "pindesk/PinDesk.h"
+#include "tests/support/operations.h"
 #include "tests/support/scripted_pcsc.h"
-
-#include <cstring>
 
 /// Gives a setting a value for a scope.
 class CSetting {
@@ -18,8 +16,9 @@ public:
     CSetting(const char* szName, long lVal) : m_szName(szName)
     {
         const auto entry = g_settings_dict.find(szName);
-        if (entry != g_settings_dict.end())
+        if (entry != g_settings_dict.end()) {
             m_before = static_cast<long>(*entry->second);
+        }
         PINDESK_ChangeSetting(szName, lVal);
     }
     ~CSetting()
@@ -39,23 +38,11 @@ private:
     std::optional<long> m_before;
 };
 
-/// A PIN or PUK as the operations take it; null for one that is not given.
-struct SPin {
-    SPin(const char* sz = nullptr)
-        : pb(reinterpret_cast<unsigned char*>(const_cast<char*>(sz))),
-          cb(sz ? static_cast<long>(std::strlen(sz)) : 0)
-    {
-    }
-    SPin(const char* sz, long cbOf) : SPin(sz) { cb = cbOf; }
-    unsigned char* pb;
-    long cb;
-};
-
 /// "12345" as the card takes it, in hex: padded with FF to 8 bytes, or to cb.
 inline std::string Padded(const std::string& pin, std::size_t cb = 8)
 {
     const std::string padded = pin + std::string(cb - pin.size(), '\xFF');
-    return " " + scripted::ToHex(padded.data(), padded.size());
+    return " " + ToHex(padded.data(), padded.size());
 }
 
 class COperationTest : public CScriptedTest {
@@ -66,22 +53,34 @@ protected:
     {
         card.Step(command, command.c_str(), std::move(answer));
     }
-    /// A fresh session goes to the MF first, and then selects it.
+    /// A fresh session goes to the MF first, and then selects it; a careful one saves the second.
     void SelectMF()
     {
         Step("00 A4 08 0C 02 3F 00");
-        Step("00 A4 00 0C 02 3F 00 FF");
+        if (!g_settings_dict.contains("SETTING_TRY_GUARD")) {
+            Step("00 A4 00 0C 02 3F 00 FF");
+        }
     }
     void SelectDS(SAnswer answer = 0x9000) { Step("00 A4 09 0C 02 14 00 FF", std::move(answer)); }
+    /// What most operations on the signature PIN begin with.
+    void Begin()
+    {
+        SelectMF();
+        SelectDS(0x6985); // not looked at, nor remembered
+    }
     /// Everything that reading the serial number of a card with the identity file takes.
-    void ReadSerial()
+    void ExpectSerial(const std::string& serial = ToHex(SERIAL, sizeof SERIAL - 1))
     {
         SelectMF();
         Step("00 A4 09 0C 02 10 00 FF");
         Step("00 A4 09 0C 02 10 03 FF");
-        Step("00 B0 00 00 10", "41 42 43 44 45 46 47 48 31 32 33 34 35 36 37 38 90 00");
+        Step("00 B0 00 00 10", (serial + " 90 00").c_str());
     }
-    char m_szSerial[17] = "ABCDEFGH12345678"; ///< that card's
+    static constexpr char SERIAL[] = "ABCDEFGH12345678"; ///< that card's
+
+    unsigned char m_abKey[24] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
+                                 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
+    const Bytes m_key = Bytes(m_abKey, m_abKey + sizeof m_abKey);
 };
 
 #endif

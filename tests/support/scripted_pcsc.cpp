@@ -6,8 +6,6 @@
 #include "tests/support/scripted_pcsc.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 namespace {
 bool IsCallOf(std::string_view entry, std::string_view szFunction)
@@ -15,54 +13,16 @@ bool IsCallOf(std::string_view entry, std::string_view szFunction)
     return entry.starts_with(szFunction) &&
            (entry.size() == szFunction.size() || entry[szFunction.size()] == ' ');
 }
-
-int Nibble(char ch)
-{
-    static constexpr std::string_view DIGITS = "0123456789ABCDEFabcdef";
-    const auto i = DIGITS.find(ch);
-    if (i == std::string_view::npos) {
-        std::fprintf(stderr, "scripted PC/SC: '%c' is not a hex digit\n", ch);
-        std::abort();
-    }
-    return static_cast<int>(i < 16 ? i : i - 6);
-}
 } // namespace
 
-namespace scripted {
-Bytes FromHex(std::string_view szHex)
-{
-    std::string digits;
-    std::copy_if(szHex.begin(), szHex.end(), std::back_inserter(digits),
-                 [](char ch) { return ch != ' '; });
-    if (digits.size() % 2 != 0)
-        digits.push_back('?'); // refused by Nibble
-    Bytes ab;
-    for (std::size_t i = 0; i < digits.size(); i += 2)
-        ab.push_back(static_cast<std::uint8_t>(Nibble(digits[i]) << 4 | Nibble(digits[i + 1])));
-    return ab;
-}
-
-std::string ToHex(const void* pb, std::size_t cb)
-{
-    std::string hex;
-    char szByte[4];
-    for (std::size_t i = 0; i < cb; ++i) {
-        std::snprintf(szByte, sizeof szByte, i ? " %02X" : "%02X",
-                      static_cast<const std::uint8_t*>(pb)[i]);
-        hex += szByte;
-    }
-    return hex;
-}
-} // namespace scripted
-
-SAnswer::SAnswer(const char* szHex) : m_data(scripted::FromHex(szHex)) {}
+SAnswer::SAnswer(const char* szHex) : m_data(FromHex(szHex)) {}
 
 SAnswer::SAnswer(int nStatusWord)
     : m_data({static_cast<std::uint8_t>(nStatusWord >> 8), static_cast<std::uint8_t>(nStatusWord)})
 {
 }
 
-SAnswer::SAnswer(scripted::Bytes ab) : m_data(std::move(ab)) {}
+SAnswer::SAnswer(Bytes ab) : m_data(std::move(ab)) {}
 
 SAnswer SAnswer::Fail(LONG lCode)
 {
@@ -93,15 +53,17 @@ CScriptedPcsc::~CScriptedPcsc()
 
 void CScriptedPcsc::RemoveCard()
 {
-    for (auto& reader : m_readers)
+    for (auto& reader : m_readers) {
         reader.m_atr.clear();
-    for (auto& [hCard, handle] : m_cards)
+    }
+    for (auto& [hCard, handle] : m_cards) {
         handle.m_bRemoved = true;
+    }
 }
 
 void CScriptedPcsc::Step(std::string what, const char* szCommand, SAnswer answer)
 {
-    m_script.push_back({std::move(what), scripted::FromHex(szCommand),
+    m_script.push_back({std::move(what), FromHex(szCommand),
                         [answer = std::move(answer)](const auto&) { return answer; }});
 }
 
@@ -110,8 +72,7 @@ void CScriptedPcsc::Wildcard(std::string what, SAnswer answer)
     Compute(std::move(what), [answer = std::move(answer)](const auto&) { return answer; });
 }
 
-void CScriptedPcsc::Compute(std::string what,
-                            std::function<SAnswer(const scripted::Bytes& command)> answer)
+void CScriptedPcsc::Compute(std::string what, std::function<SAnswer(const Bytes& command)> answer)
 {
     m_script.push_back({std::move(what), std::nullopt, std::move(answer)});
 }
@@ -140,20 +101,25 @@ std::vector<std::string> CScriptedPcsc::Problems() const
 {
     std::vector<std::string> problems = m_unexpected;
     problems.insert(problems.end(), m_misuses.begin(), m_misuses.end());
-    for (std::size_t i = m_iNext; i < m_script.size(); ++i)
+    for (std::size_t i = m_iNext; i < m_script.size(); ++i) {
         problems.push_back("step not used: " + m_script[i].m_what);
-    for (const auto& failure : m_failures)
-        if (!failure.m_bHappened)
+    }
+    for (const auto& failure : m_failures) {
+        if (!failure.m_bHappened) {
             problems.push_back("planned failure did not come: " + failure.m_function);
+        }
+    }
     return problems;
 }
 
 std::vector<std::string> CScriptedPcsc::Leftovers() const
 {
     std::vector<std::string> leftovers(m_contexts.size(), "a context was left open");
-    for (const auto& [hCard, handle] : m_cards)
-        if (handle.m_bConnected)
+    for (const auto& [hCard, handle] : m_cards) {
+        if (handle.m_bConnected) {
             leftovers.push_back("a card was left connected");
+        }
+    }
     leftovers.insert(leftovers.end(), m_lists.size(), "a reader list was not given back");
     return leftovers;
 }
@@ -162,8 +128,9 @@ std::optional<LONG> CScriptedPcsc::PlannedFailure(std::string_view szFunction)
 {
     std::optional<LONG> lCode;
     for (auto& failure : m_failures) {
-        if (failure.m_function != szFunction)
+        if (failure.m_function != szFunction) {
             continue;
+        }
         if (failure.m_bEvery || --failure.m_nLeft == 0) {
             failure.m_bHappened = true;
             lCode = failure.m_lCode;
@@ -172,22 +139,24 @@ std::optional<LONG> CScriptedPcsc::PlannedFailure(std::string_view szFunction)
     return lCode;
 }
 
-SAnswer CScriptedPcsc::Exchange(const scripted::Bytes& command, std::string& what)
+SAnswer CScriptedPcsc::Exchange(const Bytes& command, std::string& what)
 {
-    const std::string sent = scripted::ToHex(command.data(), command.size());
+    const std::string sent = ToHex(command);
     if (m_iNext == m_script.size()) {
         what = "beyond the script";
-        if (m_otherwise)
+        if (m_otherwise) {
             return m_otherwise(command);
+        }
         return Unexpected("command after the end of the script: " + sent);
     }
     // a copy: the answer may be worked out by a test that adds more steps
     const SStep step = m_script[m_iNext++];
     what = step.m_what;
-    if (step.m_command && *step.m_command != command)
+    if (step.m_command && *step.m_command != command) {
         return Unexpected("step \"" + what + "\"\n  expected " +
-                          scripted::ToHex(step.m_command->data(), step.m_command->size()) +
-                          "\n  sent     " + sent);
+                          ToHex(step.m_command->data(), step.m_command->size()) + "\n  sent     " +
+                          sent);
+    }
     return step.m_answer(command);
 }
 

@@ -18,38 +18,28 @@
 #ifndef TESTS_SUPPORT_SCRIPTED_PCSC_H
 #define TESTS_SUPPORT_SCRIPTED_PCSC_H
 
-#include <cstdint>
+#include "tests/support/bytes.h"
+
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
-#include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 #include <winscard.h>
-
-namespace scripted {
-using Bytes = std::vector<std::uint8_t>;
-
-/// "3B 8F 80" (spaces anywhere between bytes) as bytes. Aborts the program on anything else.
-Bytes FromHex(std::string_view szHex);
-/// Bytes as "3B 8F 80".
-std::string ToHex(const void* pb, std::size_t cb);
-} // namespace scripted
 
 /// What comes back from one exchange.
 struct SAnswer {
     SAnswer(const char* szHex);      ///< data and status word; "" answers with no bytes at all
     SAnswer(int nStatusWord);        ///< a status word alone
-    SAnswer(scripted::Bytes ab);     ///< computed bytes, status word included
+    SAnswer(Bytes ab);               ///< computed bytes, status word included
     static SAnswer Fail(LONG lCode); ///< a PC/SC code; buffer and length stay as they were
     static SAnswer Fail(LONG lCode, const char* szHex); ///< a PC/SC code, and bytes all the same
 
     LONG m_lCode = SCARD_S_SUCCESS;
-    std::optional<scripted::Bytes> m_data;
+    std::optional<Bytes> m_data;
 };
 
 class CScriptedPcsc {
@@ -85,9 +75,9 @@ public:
     /// Any command gets this answer.
     void Wildcard(std::string what, SAnswer answer);
     /// The test looks at the command and works the answer out.
-    void Compute(std::string what, std::function<SAnswer(const scripted::Bytes& command)> answer);
+    void Compute(std::string what, std::function<SAnswer(const Bytes& command)> answer);
     /// Commands beyond the script get an answer worked out so, in place of a failure of the test.
-    void Otherwise(std::function<SAnswer(const scripted::Bytes& command)> answer)
+    void Otherwise(std::function<SAnswer(const Bytes& command)> answer)
     {
         m_otherwise = std::move(answer);
     }
@@ -121,8 +111,8 @@ public:
     ///@{
     struct SStep {
         std::string m_what;
-        std::optional<scripted::Bytes> m_command; // none: any
-        std::function<SAnswer(const scripted::Bytes&)> m_answer;
+        std::optional<Bytes> m_command; // none: any
+        std::function<SAnswer(const Bytes&)> m_answer;
     };
     struct SFailure {
         std::string m_function;
@@ -140,7 +130,7 @@ public:
 
     std::optional<LONG> PlannedFailure(std::string_view szFunction);
     void Misuse(std::string what) { m_misuses.push_back(std::move(what)); }
-    SAnswer Exchange(const scripted::Bytes& command, std::string& what);
+    SAnswer Exchange(const Bytes& command, std::string& what);
     SAnswer Unexpected(std::string what);
 
     static CScriptedPcsc* s_pActive; // the one alive now; null between two tests
@@ -148,7 +138,7 @@ public:
     std::vector<SReader> m_readers{{"Scripted Reader 00 00"}};
     DWORD m_dwProtocol = SCARD_PROTOCOL_T1;
     std::vector<SStep> m_script;
-    std::function<SAnswer(const scripted::Bytes&)> m_otherwise;
+    std::function<SAnswer(const Bytes&)> m_otherwise;
     std::size_t m_iNext = 0;
     std::vector<SFailure> m_failures;
 
@@ -173,12 +163,15 @@ protected:
 
     void TearDown() override
     {
-        for (const auto& problem : card.Problems())
+        for (const auto& problem : card.Problems()) {
             ADD_FAILURE() << problem;
-        if (m_bLeftoversAllowed)
+        }
+        if (m_bLeftoversAllowed) {
             return;
-        for (const auto& leftover : card.Leftovers())
+        }
+        for (const auto& leftover : card.Leftovers()) {
             ADD_FAILURE() << leftover;
+        }
     }
 
 private:

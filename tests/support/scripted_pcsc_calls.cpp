@@ -5,6 +5,8 @@
 
 #include "tests/support/scripted_pcsc.h"
 
+#include "tests/support/nomemory.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -18,15 +20,18 @@ namespace {
 /// One call: planned failure or action, then its line in the log. `detail` is the action's to fill.
 template <class Action> LONG Call(const char* szFunction, Action action)
 {
+    const CMemory memory;
     CScriptedPcsc* pcsc = CScriptedPcsc::s_pActive;
-    if (!pcsc)
+    if (!pcsc) {
         return SCARD_E_NO_SERVICE;
+    }
     std::string detail;
     const auto planned = pcsc->PlannedFailure(szFunction);
     const LONG lResult = planned ? *planned : action(*pcsc, detail);
     std::string line = szFunction + std::strlen("SCard");
-    if (!detail.empty())
+    if (!detail.empty()) {
         line += " " + detail;
+    }
     if (lResult != SCARD_S_SUCCESS) {
         char szCode[24];
         std::snprintf(szCode, sizeof szCode, " -> %08lX", static_cast<unsigned long>(lResult));
@@ -46,8 +51,9 @@ LONG InvalidHandle(CScriptedPcsc& pcsc, const std::string& misuse)
 template <class Action> LONG OnContext(const char* szFunction, SCARDCONTEXT hContext, Action action)
 {
     return Call(szFunction, [&](CScriptedPcsc& pcsc, std::string& detail) -> LONG {
-        if (pcsc.m_contexts.contains(hContext))
+        if (pcsc.m_contexts.contains(hContext)) {
             return action(pcsc, detail);
+        }
         return InvalidHandle(pcsc, std::string(szFunction) + " on a context that is not open");
     });
 }
@@ -57,12 +63,14 @@ template <class Action> LONG OnCard(const char* szFunction, SCARDHANDLE hCard, A
 {
     return Call(szFunction, [&](CScriptedPcsc& pcsc, std::string& detail) -> LONG {
         const auto found = pcsc.m_cards.find(hCard);
-        if (found != pcsc.m_cards.end() && found->second.m_bConnected)
+        if (found != pcsc.m_cards.end() && found->second.m_bConnected) {
             return found->second.m_bRemoved ? SCARD_W_REMOVED_CARD
                                             : action(pcsc, found->second, detail);
+        }
         // a session without a card asks after handle 0 to learn that it has none
-        if (hCard == 0 && std::strcmp(szFunction, "SCardStatus") == 0)
+        if (hCard == 0 && std::strcmp(szFunction, "SCardStatus") == 0) {
             return SCARD_E_INVALID_HANDLE;
+        }
         return InvalidHandle(pcsc, std::string(szFunction) + " on a card that is not connected");
     });
 }
@@ -70,8 +78,9 @@ template <class Action> LONG OnCard(const char* szFunction, SCARDHANDLE hCard, A
 /// An argument that the library gives only one value belongs in the log when it differs.
 void Note(std::string& detail, const char* szWhat, DWORD dwValue, DWORD dwUsual)
 {
-    if (dwValue != dwUsual)
+    if (dwValue != dwUsual) {
         detail += (detail.empty() ? "" : " ") + (szWhat + (" " + std::to_string(dwValue)));
+    }
 }
 
 CScriptedPcsc::SReader* FindReader(CScriptedPcsc& pcsc, const char* szName)
@@ -96,10 +105,12 @@ LONG SCardEstablishContext(DWORD dwScope, LPCVOID, LPCVOID, LPSCARDCONTEXT phCon
 LONG SCardReleaseContext(SCARDCONTEXT hContext)
 {
     return Call("SCardReleaseContext", [&](auto& pcsc, auto&) -> LONG {
-        if (pcsc.m_contexts.erase(hContext) != 0)
+        if (pcsc.m_contexts.erase(hContext) != 0) {
             return SCARD_S_SUCCESS;
-        if (hContext == 0) // an operation that opened nothing releases 0 on purpose
+        }
+        if (hContext == 0) { // an operation that opened nothing releases 0 on purpose
             return SCARD_E_INVALID_HANDLE;
+        }
         return InvalidHandle(pcsc, "SCardReleaseContext on a context that is not open");
     });
 }
@@ -108,14 +119,17 @@ LONG SCardListReaders(SCARDCONTEXT hContext, LPCSTR, LPSTR mszReaders, LPDWORD p
 {
     return OnContext("SCardListReaders", hContext, [&](auto& pcsc, auto&) -> LONG {
         std::string list;
-        for (const auto& reader : pcsc.m_readers)
+        for (const auto& reader : pcsc.m_readers) {
             list.append(reader.m_name).push_back('\0');
-        if (list.empty())
+        }
+        if (list.empty()) {
             return SCARD_E_NO_READERS_AVAILABLE;
+        }
         list.push_back('\0');
         const DWORD cchRoom = std::exchange(*pcchReaders, list.size());
-        if (!mszReaders)
+        if (!mszReaders) {
             return cchRoom == SCARD_AUTOALLOCATE ? SCARD_E_INVALID_PARAMETER : SCARD_S_SUCCESS;
+        }
         if (cchRoom == SCARD_AUTOALLOCATE) {
             auto copy = std::make_unique<char[]>(list.size());
             std::copy(list.begin(), list.end(), copy.get());
@@ -124,8 +138,9 @@ LONG SCardListReaders(SCARDCONTEXT hContext, LPCSTR, LPSTR mszReaders, LPDWORD p
             pcsc.m_lists.emplace(pList, std::pair(hContext, std::move(copy)));
             return SCARD_S_SUCCESS;
         }
-        if (cchRoom < list.size())
+        if (cchRoom < list.size()) {
             return SCARD_E_INSUFFICIENT_BUFFER;
+        }
         std::copy(list.begin(), list.end(), mszReaders);
         return SCARD_S_SUCCESS;
     });
@@ -135,9 +150,10 @@ LONG SCardFreeMemory(SCARDCONTEXT hContext, LPCVOID pvMem)
 {
     return OnContext("SCardFreeMemory", hContext, [&](auto& pcsc, auto&) -> LONG {
         const auto found = pcsc.m_lists.find(pvMem);
-        if (found == pcsc.m_lists.end() || found->second.first != hContext)
+        if (found == pcsc.m_lists.end() || found->second.first != hContext) {
             return InvalidHandle(pcsc,
                                  "SCardFreeMemory of something this context did not allocate");
+        }
         pcsc.m_lists.erase(found);
         return SCARD_S_SUCCESS;
     });
@@ -151,12 +167,15 @@ LONG SCardConnect(SCARDCONTEXT hContext, LPCSTR szReader, DWORD dwShareMode, DWO
         Note(detail, "share mode", dwShareMode, SCARD_SHARE_SHARED);
         *phCard = 0;
         const auto* const pReader = FindReader(pcsc, szReader);
-        if (!pReader)
+        if (!pReader) {
             return SCARD_E_UNKNOWN_READER;
-        if (pReader->m_atr.empty())
+        }
+        if (pReader->m_atr.empty()) {
             return SCARD_E_NO_SMARTCARD;
-        if ((dwProtocols & pcsc.m_dwProtocol) == 0)
+        }
+        if ((dwProtocols & pcsc.m_dwProtocol) == 0) {
             return SCARD_E_PROTO_MISMATCH;
+        }
         *phCard = ++pcsc.m_lLastHandle;
         *pdwProtocol = pcsc.m_dwProtocol;
         pcsc.m_cards[*phCard] = {*pReader, true, false, false};
@@ -177,10 +196,12 @@ LONG SCardDisconnect(SCARDHANDLE hCard, DWORD dwDisposition)
     return Call("SCardDisconnect", [&](auto& pcsc, auto& detail) -> LONG {
         Note(detail, "disposition", dwDisposition, SCARD_LEAVE_CARD);
         const auto found = pcsc.m_cards.find(hCard);
-        if (found != pcsc.m_cards.end() && std::exchange(found->second.m_bConnected, false))
+        if (found != pcsc.m_cards.end() && std::exchange(found->second.m_bConnected, false)) {
             return SCARD_S_SUCCESS;
-        if (hCard == 0)
+        }
+        if (hCard == 0) {
             return SCARD_E_INVALID_HANDLE;
+        }
         return InvalidHandle(pcsc, "SCardDisconnect on a card that is not connected");
     });
 }
@@ -198,13 +219,16 @@ LONG SCardEndTransaction(SCARDHANDLE hCard, DWORD dwDisposition)
     return Call("SCardEndTransaction", [&](auto& pcsc, auto& detail) -> LONG {
         Note(detail, "disposition", dwDisposition, SCARD_LEAVE_CARD);
         const auto found = pcsc.m_cards.find(hCard);
-        if (found == pcsc.m_cards.end())
+        if (found == pcsc.m_cards.end()) {
             return InvalidHandle(pcsc, "SCardEndTransaction on a card that was never connected");
+        }
         auto& handle = found->second;
-        if (!handle.m_bConnected) // operations end it after the disconnect on purpose
+        if (!handle.m_bConnected) { // operations end it after the disconnect on purpose
             return SCARD_E_INVALID_HANDLE;
-        if (!std::exchange(handle.m_bTransaction, false))
+        }
+        if (!std::exchange(handle.m_bTransaction, false)) {
             return InvalidHandle(pcsc, "SCardEndTransaction without a transaction");
+        }
         return handle.m_bRemoved ? SCARD_W_REMOVED_CARD : SCARD_S_SUCCESS;
     });
 }
@@ -214,26 +238,32 @@ LONG SCardStatus(SCARDHANDLE hCard, LPSTR szName, LPDWORD pcchName, LPDWORD pdwS
 {
     return OnCard("SCardStatus", hCard, [&](auto& pcsc, auto& handle, auto&) {
         LONG lResult = SCARD_S_SUCCESS;
-        if (pdwState)
+        if (pdwState) {
             *pdwState = SCARD_PRESENT | SCARD_POWERED | SCARD_NEGOTIABLE;
-        if (pdwProtocol)
+        }
+        if (pdwProtocol) {
             *pdwProtocol = pcsc.m_dwProtocol;
+        }
         const std::string& name = handle.m_reader.m_name;
-        const auto atr = scripted::FromHex(handle.m_reader.m_atr);
+        const auto atr = FromHex(handle.m_reader.m_atr);
         if (szName && pcchName) {
             std::strncpy(szName, name.c_str(), *pcchName);
-            if (*pcchName < name.size() + 1)
+            if (*pcchName < name.size() + 1) {
                 lResult = SCARD_E_INSUFFICIENT_BUFFER;
+            }
         }
         if (pbAtr && pcbAtr) {
             std::copy_n(atr.begin(), std::min<std::size_t>(*pcbAtr, atr.size()), pbAtr);
-            if (*pcbAtr < atr.size())
+            if (*pcbAtr < atr.size()) {
                 lResult = SCARD_E_INSUFFICIENT_BUFFER;
+            }
         }
-        if (pcchName)
+        if (pcchName) {
             *pcchName = name.size() + 1;
-        if (pcbAtr)
+        }
+        if (pcbAtr) {
             *pcbAtr = atr.size();
+        }
         return lResult;
     });
 }
@@ -246,9 +276,10 @@ LONG SCardGetStatusChange(SCARDCONTEXT hContext, DWORD dwTimeout, SCARD_READERST
             SCARD_READERSTATE& state = rgReaderStates[i];
             detail = state.szReader;
             const auto* const pReader = FindReader(pcsc, state.szReader);
-            if (!pReader)
+            if (!pReader) {
                 return SCARD_E_UNKNOWN_READER;
-            const auto atr = scripted::FromHex(pReader->m_atr);
+            }
+            const auto atr = FromHex(pReader->m_atr);
             state.dwEventState =
                 SCARD_STATE_CHANGED | (atr.empty() ? SCARD_STATE_EMPTY : SCARD_STATE_PRESENT);
             state.cbAtr = atr.size(); // longer than the field when the test says so
@@ -264,15 +295,18 @@ LONG SCardTransmit(SCARDHANDLE hCard, const SCARD_IO_REQUEST* pioSendPci, LPCBYT
                    LPDWORD pcbRecvLength)
 {
     return OnCard("SCardTransmit", hCard, [&](auto& pcsc, auto&, auto& detail) -> LONG {
-        if (pioSendPci->dwProtocol != pcsc.m_dwProtocol)
+        if (pioSendPci->dwProtocol != pcsc.m_dwProtocol) {
             pcsc.Misuse("SCardTransmit with the header of another protocol");
+        }
         const SAnswer answer = pcsc.Exchange({pbSendBuffer, pbSendBuffer + cbSendLength}, detail);
-        if (!answer.m_data)
+        if (!answer.m_data) {
             return answer.m_lCode;
+        }
         const DWORD cbRoom = std::exchange(*pcbRecvLength, answer.m_data->size());
         std::memset(pbRecvBuffer, 0xEE, cbRoom); // all that was announced has to be there
-        if (answer.m_data->size() > cbRoom)
+        if (answer.m_data->size() > cbRoom) {
             return SCARD_E_INSUFFICIENT_BUFFER;
+        }
         std::copy(answer.m_data->begin(), answer.m_data->end(), pbRecvBuffer);
         return answer.m_lCode;
     });
@@ -280,7 +314,8 @@ LONG SCardTransmit(SCARDHANDLE hCard, const SCARD_IO_REQUEST* pioSendPci, LPCBYT
 
 int usleep(useconds_t uMicroseconds)
 {
-    if (CScriptedPcsc::s_pActive)
+    if (CScriptedPcsc::s_pActive) {
         CScriptedPcsc::s_pActive->m_pauses.push_back(uMicroseconds);
+    }
     return 0;
 }

@@ -1,121 +1,74 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The life of each secret through a real pcscd, with and without secure messaging: right, wrong,
-// changed, blocked, unblocked; and what must never cost a try.
+// The life of the secrets in a C++ host, plain and under secure messaging: right, wrong, changed,
+// blocked, brought back. The card is in the first reader of a private pcscd, or in this process.
 
-#include "tests/system/support/secrets.h"
-#include "tests/system/support/virtualcard.h"
+#include "tests/support/operations.h"
+#include "tests/support/vcard.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
-class PinLife : public testing::TestWithParam<bool> {
+std::shared_ptr<CCardFiles> InsertCard()
+{
+    if (std::getenv("PINDESK_VPCD_PORT") != nullptr) {
+        return std::make_shared<CVirtualCard>();
+    }
+    auto pCard = std::make_shared<CCardFiles>();
+    for (const std::string& variable : pCard->Variables()) {
+        const auto equals = variable.find('=');
+        setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
+    }
+    return pCard;
+}
+
+class PinLife : public testing::TestWithParam<BOOL> {
 protected:
-    SCall Call() const { return {.bSecureMessaging = GetParam()}; }
+    void LiveUntilBlocked(ESecret secret)
+    {
+        const SSecret& row = CARD_SECRETS[secret];
+        SCOPED_TRACE(row.szName);
+        EXPECT_EQ(result::OK, Verify(secret, row.szValue, CALL));
+        EXPECT_EQ(row.lWrong, Verify(secret, "11111", CALL));
+        EXPECT_EQ(row.iTries - 1, m_pCard->TriesLeft(row.szName));
+
+        EXPECT_EQ(result::OK, Change(secret, row.szValue, NEW_VALUE, CALL));
+        EXPECT_EQ(row.iTries, m_pCard->TriesLeft(row.szName));
+        EXPECT_EQ(row.lWrong, Verify(secret, row.szValue, CALL));
+        EXPECT_EQ(result::OK, Verify(secret, NEW_VALUE, CALL));
+
+        for (int iTry = 0; iTry < row.iTries; ++iTry) {
+            EXPECT_EQ(row.lWrong, Verify(secret, "11111", CALL)) << iTry;
+        }
+        EXPECT_EQ(row.lBlocked, Verify(secret, NEW_VALUE, CALL));
+        EXPECT_EQ(row.lBlocked, Change(secret, NEW_VALUE, "12345", CALL));
+        EXPECT_EQ(0, m_pCard->TriesLeft(row.szName));
+    }
+
+    const SCall CALL = {.bProtect = GetParam()};
+    const std::shared_ptr<CCardFiles> m_pCard = InsertCard();
 };
-INSTANTIATE_TEST_SUITE_P(, PinLife, testing::Bool(), [](const auto& row) {
-    return std::string(row.param ? "UnderSecureMessaging" : "Plain");
+INSTANTIATE_TEST_SUITE_P(, PinLife, testing::Values(0, 1), [](const auto& row) {
+    return std::string(row.param != 0 ? "UnderSecureMessaging" : "Plain");
 });
 
-TEST_P(PinLife, EachSecretIsVerifiedChangedAndBlocked)
+TEST_P(PinLife, EndsBlockedComesBackWithThePukAndThePukEndsForGood)
 {
-    for (const SSecret& secret : SECRETS) {
-        SCOPED_TRACE(secret.szName);
-        const CVirtualCard card;
-        EXPECT_EQ(result::OK, Verify(secret, secret.szValue, Call()));
-        EXPECT_EQ(secret.lWrong, Verify(secret, "11111", Call()));
-        EXPECT_EQ(secret.iTries - 1, card.TriesLeft(secret.szName));
+    for (const ESecret pin : {CNS_PIN, DS_PIN}) {
+        const SSecret& puk = CARD_SECRETS[PukOf(pin)];
+        LiveUntilBlocked(pin);
+        EXPECT_EQ(puk.lWrong, Unblock(pin, "11111111", "24680", CALL));
+        EXPECT_EQ(CARD_SECRETS[pin].lBlocked, Verify(pin, NEW_VALUE, CALL));
 
-        EXPECT_EQ(result::OK, Change(secret, secret.szValue, "97531", Call()));
-        EXPECT_EQ(secret.iTries, card.TriesLeft(secret.szName));
-        EXPECT_EQ(secret.lWrong, Verify(secret, secret.szValue, Call()));
-        EXPECT_EQ(result::OK, Verify(secret, "97531", Call()));
+        EXPECT_EQ(result::OK, Unblock(pin, puk.szValue, "24680", CALL));
+        EXPECT_EQ(result::OK, Verify(pin, "24680", CALL));
+        EXPECT_EQ(CARD_SECRETS[pin].iTries, m_pCard->TriesLeft(CARD_SECRETS[pin].szName));
 
-        for (int iTry = 0; iTry < secret.iTries; ++iTry) {
-            EXPECT_EQ(secret.lWrong, Verify(secret, "11111", Call())) << iTry;
-        }
-        EXPECT_EQ(secret.lBlocked, Verify(secret, "97531", Call()));
-        EXPECT_EQ(secret.lBlocked, Change(secret, "97531", "12345", Call()));
-        EXPECT_EQ(0, card.TriesLeft(secret.szName));
+        LiveUntilBlocked(PukOf(pin));
+        EXPECT_EQ(puk.lBlocked, Unblock(pin, NEW_VALUE, "12345", CALL));
     }
-}
-
-TEST_P(PinLife, ABlockedPinComesBackWithItsPuk)
-{
-    for (const SSecret* pin : {&CNS_PIN, &DS_PIN}) {
-        SCOPED_TRACE(pin->szName);
-        const CVirtualCard card;
-        for (int i = 0; i < pin->iTries; ++i) {
-            Verify(*pin, "11111", Call());
-        }
-        ASSERT_EQ(0, card.TriesLeft(pin->szName));
-        EXPECT_EQ(pin == &CNS_PIN ? result::VERIFY_CNS_PUK : result::VERIFY_DS_PUK,
-                  Unblock(*pin, "11111111", "24680", Call()));
-        EXPECT_EQ(pin->lBlocked, Verify(*pin, pin->szValue, Call()));
-
-        EXPECT_EQ(result::OK, Unblock(*pin, pin->szPuk, "24680", Call()));
-        EXPECT_EQ(result::OK, Verify(*pin, "24680", Call()));
-        EXPECT_EQ(pin->iTries, card.TriesLeft(pin->szName));
-    }
-}
-
-TEST(PinLifeOfCards, WithoutPaddingGetTheSecretUnpadded)
-{
-    const CVirtualCard card({"--unpadded"});
-    EXPECT_EQ(result::OK, Verify(CNS_PIN, CNS_PIN.szValue));
-}
-
-TEST(PinLifeOfCards, ThatInsistOnSecureMessagingRefuseThePlainFormAtNoCost)
-{
-    const CVirtualCard card({"--require-sm"});
-    EXPECT_EQ(result::SECURE_MESSAGING, Verify(DS_PIN, DS_PIN.szValue));
-    EXPECT_EQ(DS_PIN.iTries, card.TriesLeft(DS_PIN.szName));
-    EXPECT_EQ(result::OK, Verify(DS_PIN, DS_PIN.szValue, {.bSecureMessaging = true}));
-}
-
-TEST(NoTry, IsSpentOnAWrongLengthOrAnotherCard)
-{
-    const CVirtualCard card({"--serial", "6000000000000001"});
-    for (const SSecret& secret : SECRETS) {
-        SCOPED_TRACE(secret.szName);
-        for (const char* szValue : {"1234", "123456789"}) {
-            EXPECT_EQ(secret.lLength, Verify(secret, szValue));
-            EXPECT_EQ(secret.lLength, Change(secret, szValue, "12345"));
-            EXPECT_EQ(secret.lNewLength, Change(secret, secret.szValue, szValue));
-        }
-        EXPECT_EQ(std::vector<std::string>{}, card.Commands());
-    }
-    for (const SSecret& secret : SECRETS) {
-        const SCall call = {.szSerial = "6000000000000002"};
-        EXPECT_EQ(result::OTHER_CARD, Verify(secret, secret.szValue, call));
-        EXPECT_EQ(result::OTHER_CARD, Change(secret, secret.szValue, "12345", call));
-        EXPECT_EQ(0, card.Presented(secret.szName));
-    }
-    EXPECT_EQ(result::OTHER_CARD,
-              Unblock(CNS_PIN, CNS_PIN.szPuk, "12345", {.szSerial = "6000000000000002"}));
-    EXPECT_EQ(0, card.Presented("cns-puk"));
-}
-
-TEST(NoTry, IsSpentByACardThatLeavesBeforeTheSecret)
-{
-    const CVirtualCard card({"--fault", "3:removed"});
-    EXPECT_EQ(CNS_PIN.lWrong, Verify(CNS_PIN, "11111"));
-    EXPECT_EQ(0, card.Presented(CNS_PIN.szName));
-
-    AwaitCard(true);
-    EXPECT_EQ(result::OK, Verify(CNS_PIN, CNS_PIN.szValue));
-}
-
-TEST(NoTry, IsSpentTwiceUnderTheTryGuardWhenTheAnswerIsLost)
-{
-    PINDESK_ChangeSetting("SETTING_TRY_GUARD", 1);
-    {
-        const CVirtualCard card({"--fault", "3:empty"});
-        EXPECT_NE(result::OK, Verify(CNS_PIN, "11111"));
-        EXPECT_EQ(1, card.Presented(CNS_PIN.szName));
-    }
-    PINDESK_ChangeSetting("SETTING_TRY_GUARD", 0);
 }
 
 } // namespace

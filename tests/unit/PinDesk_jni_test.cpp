@@ -8,7 +8,7 @@
 #include "pindesk/PinDesk.h"
 #include "tests/support/scripted_pcsc.h"
 
-#define SAME(CODE) (it_velmar_PinDesk_##CODE == result::CODE)
+#define SAME(CODE) (it_velmar_PinDesk_##CODE == pindesk::result::CODE)
 static_assert(SAME(OK) && SAME(NO_CONTEXT) && SAME(NO_READER) && SAME(NO_CARD) &&
               SAME(SELECT_FAILED) && SAME(SECURE_MESSAGING) && SAME(CHANGE_CNS_PIN) &&
               SAME(CHANGE_CNS_PUK) && SAME(CHANGE_DS_PIN) && SAME(CHANGE_DS_PUK) &&
@@ -21,7 +21,6 @@ static_assert(SAME(OK) && SAME(NO_CONTEXT) && SAME(NO_READER) && SAME(NO_CARD) &
               SAME(DS_PUK_LENGTH) && SAME(MISSING_ARGUMENT));
 
 namespace {
-
 using Lines = std::vector<std::string>;
 
 struct SJavaString : _jstring {
@@ -65,19 +64,19 @@ struct SMethod {
 };
 
 constexpr SMethod METHODS[] = {
-    {"ChangePinCNS", Java_it_velmar_PinDesk_ChangePinCNS, result::CNS_PIN_LENGTH,
-     result::NEW_CNS_PIN_LENGTH, result::MISSING_ARGUMENT},
-    {"ChangePukCNS", Java_it_velmar_PinDesk_ChangePukCNS, result::CNS_PUK_LENGTH,
-     result::NEW_CNS_PUK_LENGTH, result::MISSING_ARGUMENT},
-    {"ChangePinDS", Java_it_velmar_PinDesk_ChangePinDS, result::DS_PIN_LENGTH,
-     result::NEW_DS_PIN_LENGTH, result::MISSING_ARGUMENT},
-    {"ChangePukDS", Java_it_velmar_PinDesk_ChangePukDS, result::DS_PUK_LENGTH,
-     result::NEW_DS_PUK_LENGTH, result::MISSING_ARGUMENT},
+    {"ChangePinCNS", Java_it_velmar_PinDesk_ChangePinCNS, pindesk::result::CNS_PIN_LENGTH,
+     pindesk::result::NEW_CNS_PIN_LENGTH, pindesk::result::MISSING_ARGUMENT},
+    {"ChangePukCNS", Java_it_velmar_PinDesk_ChangePukCNS, pindesk::result::CNS_PUK_LENGTH,
+     pindesk::result::NEW_CNS_PUK_LENGTH, pindesk::result::MISSING_ARGUMENT},
+    {"ChangePinDS", Java_it_velmar_PinDesk_ChangePinDS, pindesk::result::DS_PIN_LENGTH,
+     pindesk::result::NEW_DS_PIN_LENGTH, pindesk::result::MISSING_ARGUMENT},
+    {"ChangePukDS", Java_it_velmar_PinDesk_ChangePukDS, pindesk::result::DS_PUK_LENGTH,
+     pindesk::result::NEW_DS_PUK_LENGTH, pindesk::result::MISSING_ARGUMENT},
     // an incomplete pair opens the card, and there is none here
-    {"UnBlockPinCNS", Java_it_velmar_PinDesk_UnBlockPinCNS, result::CNS_PUK_LENGTH,
-     result::NEW_CNS_PIN_LENGTH, result::NO_CARD},
-    {"UnBlockPinDS", Java_it_velmar_PinDesk_UnBlockPinDS, result::DS_PUK_LENGTH,
-     result::NEW_DS_PIN_LENGTH, result::NO_CARD},
+    {"UnBlockPinCNS", Java_it_velmar_PinDesk_UnBlockPinCNS, pindesk::result::CNS_PUK_LENGTH,
+     pindesk::result::NEW_CNS_PIN_LENGTH, pindesk::result::NO_CARD},
+    {"UnBlockPinDS", Java_it_velmar_PinDesk_UnBlockPinDS, pindesk::result::DS_PUK_LENGTH,
+     pindesk::result::NEW_DS_PIN_LENGTH, pindesk::result::NO_CARD},
 };
 
 class PinDeskJni : public CScriptedTest {
@@ -111,10 +110,10 @@ TEST_F(PinDeskJni, TheSlotChoosesTheReader)
 {
     for (const SMethod& method : METHODS) {
         SCOPED_TRACE(method.szName);
-        EXPECT_EQ(result::NO_READER, Call(method, 0, "12345", "67890"));
-        EXPECT_EQ(result::NO_READER, Call(method, -1, "12345", "67890"));
-        EXPECT_EQ(result::NO_READER, Call(method, 3, "12345", "67890"));
-        EXPECT_EQ(result::NO_CARD, Call(method, 2, "12345", "67890"));
+        EXPECT_EQ(pindesk::result::NO_READER, Call(method, 0, "12345", "67890"));
+        EXPECT_EQ(pindesk::result::NO_READER, Call(method, -1, "12345", "67890"));
+        EXPECT_EQ(pindesk::result::NO_READER, Call(method, 3, "12345", "67890"));
+        EXPECT_EQ(pindesk::result::NO_CARD, Call(method, 2, "12345", "67890"));
         const auto isConnect = [](const auto& call) { return call.starts_with("Connect "); };
         const auto last = std::find_if(card.Log().rbegin(), card.Log().rend(), isConnect);
         ASSERT_NE(card.Log().rend(), last);

@@ -19,6 +19,10 @@ TEST(DictItem, HoldsFourBytesOfANumberOrTerminatedTextOrNothing)
     EXPECT_EQ(0, std::memcmp(static_cast<const unsigned char*>(item), "\x0D\x0C\x0B\x0A", 4));
     EXPECT_EQ(-2L, static_cast<long>(CKDictItem(-2L))) << "the sign is kept";
     EXPECT_EQ(1L, static_cast<long>(CKDictItem(0x7700000001L))) << "the high half is not";
+    const unsigned char* const pbNumber = item;
+    item.assign(3L);
+    EXPECT_EQ(pbNumber, static_cast<const unsigned char*>(item)) << "others may be reading it";
+    EXPECT_EQ(3L, static_cast<long>(item));
     item.assign(reinterpret_cast<const unsigned char*>("a\0bcd"), 3);
     EXPECT_EQ(3u, item.size());
     EXPECT_EQ(0, std::memcmp(static_cast<const unsigned char*>(item), "a\0b", 4));
@@ -26,6 +30,8 @@ TEST(DictItem, HoldsFourBytesOfANumberOrTerminatedTextOrNothing)
     item.assign("hello");
     EXPECT_EQ(5u, item.size());
     EXPECT_STREQ("hello", static_cast<const char*>(item));
+    item.assign(static_cast<const unsigned char*>(item) + 1, 3);
+    EXPECT_STREQ("ell", static_cast<const char*>(item)) << "its own bytes";
     for (const auto& empty : std::initializer_list<std::function<void()>>{
              [&] { item.reset(); }, [&] { item.assign(""); }, [&] { item.assign(nullptr, 3); },
              [&] { item.assign(static_cast<const char*>(nullptr)); }}) {

@@ -8,13 +8,11 @@
 
 #include "cardlib/crypt.h"
 #include "cardlib/des3port.h"
-#include "tests/support/libcrypto_des.h"
+#include "tests/support/envelopes.h"
 
 namespace {
 
-using libcrypto::Random;
-
-const Bytes kKey = FromHex("0123456789ABCDEF 23456789ABCDEF01 456789ABCDEF0123");
+const Bytes KEY_BYTES = FromHex("0123456789ABCDEF 23456789ABCDEF01 456789ABCDEF0123");
 
 TEST(DesSchedule, HoldsTheGroupsOfOddAndEvenBoxes)
 {
@@ -38,7 +36,7 @@ TEST(Doencrypt, AgreesWithLibcryptoInPlaceAtEveryAlignment)
     for (std::size_t nBlocks = 0; nBlocks <= 40; ++nBlocks) {
         for (std::size_t nOffset = 0; nOffset < 8; ++nOffset) {
             const Bytes key = Random(24), plain = Random(8 * nBlocks);
-            const Bytes cipher = libcrypto::TdesCbc(key, plain, DES_ENCRYPT);
+            const Bytes cipher = libcrypto::Encipher(key, plain);
             Bytes buffer(nOffset, 0xEE);
             buffer.insert(buffer.end(), plain.begin(), plain.end());
             buffer.insert(buffer.end(), 8, 0xEE);
@@ -62,14 +60,14 @@ TEST(CbcPair, GivesBackDataOfEveryLengthWithACountInTheLastBlock)
         padded.push_back(static_cast<std::uint8_t>(cb % 8));
 
         unsigned char* pCipher = nullptr;
-        const long cbCipher = CBCDes3EncryptData(kKey.data(), data.data(), cb, &pCipher);
+        const long cbCipher = CBCDes3EncryptData(KEY_BYTES.data(), data.data(), cb, &pCipher);
         ASSERT_EQ(static_cast<long>(padded.size()), cbCipher);
-        EXPECT_EQ(libcrypto::TdesCbc(kKey, padded, DES_ENCRYPT),
-                  Bytes(pCipher, pCipher + cbCipher));
+        EXPECT_EQ(libcrypto::Encipher(KEY_BYTES, padded), Bytes(pCipher, pCipher + cbCipher));
 
         unsigned char* pPlain = nullptr;
         const auto cbSize = static_cast<unsigned long>(cbCipher);
-        ASSERT_EQ(static_cast<long>(cb), CBCDes3DecryptData(kKey.data(), pCipher, cbSize, &pPlain));
+        ASSERT_EQ(static_cast<long>(cb),
+                  CBCDes3DecryptData(KEY_BYTES.data(), pCipher, cbSize, &pPlain));
         EXPECT_EQ(data, Bytes(pPlain, pPlain + cb));
         CBCDes3Free(pCipher);
         CBCDes3Free(pPlain);
@@ -80,12 +78,12 @@ TEST(CbcPair, GivesBackDataOfEveryLengthWithACountInTheLastBlock)
 TEST(CbcPair, RefusesAndHandsOutNothing)
 {
     const Bytes tooManyAtTheEnd =
-        libcrypto::TdesCbc(kKey, FromHex("11 22 33 44 55 66 77 08"), DES_ENCRYPT);
+        libcrypto::Encipher(KEY_BYTES, FromHex("11 22 33 44 55 66 77 08"));
     unsigned char byte = 0;
     unsigned char* const pMarker = &byte;
     const auto decrypt = [&](const unsigned char* pIn, unsigned long cb) {
         unsigned char* pOut = pMarker;
-        const long lResult = CBCDes3DecryptData(kKey.data(), pIn, cb, &pOut);
+        const long lResult = CBCDes3DecryptData(KEY_BYTES.data(), pIn, cb, &pOut);
         EXPECT_EQ(nullptr, pOut);
         return lResult;
     };
@@ -93,14 +91,14 @@ TEST(CbcPair, RefusesAndHandsOutNothing)
     EXPECT_EQ(-1, decrypt(tooManyAtTheEnd.data(), 7));
     EXPECT_EQ(-1, decrypt(tooManyAtTheEnd.data(), 0));
     EXPECT_EQ(-1, decrypt(nullptr, 8));
-    EXPECT_EQ(-1, CBCDes3DecryptData(kKey.data(), tooManyAtTheEnd.data(), 8, nullptr));
+    EXPECT_EQ(-1, CBCDes3DecryptData(KEY_BYTES.data(), tooManyAtTheEnd.data(), 8, nullptr));
 
     unsigned char* pOut = pMarker;
-    EXPECT_EQ(-1, CBCDes3EncryptData(kKey.data(), pMarker, 0, &pOut));
+    EXPECT_EQ(-1, CBCDes3EncryptData(KEY_BYTES.data(), pMarker, 0, &pOut));
     EXPECT_EQ(nullptr, pOut);
-    EXPECT_EQ(-1, CBCDes3EncryptData(kKey.data(), nullptr, 8, &pOut));
-    EXPECT_EQ(-1, CBCDes3EncryptData(kKey.data(), pMarker, 1, nullptr));
-    EXPECT_EQ(-1, CBCDes3EncryptData(kKey.data(), pMarker, ~0UL, &pOut));
+    EXPECT_EQ(-1, CBCDes3EncryptData(KEY_BYTES.data(), nullptr, 8, &pOut));
+    EXPECT_EQ(-1, CBCDes3EncryptData(KEY_BYTES.data(), pMarker, 1, nullptr));
+    EXPECT_EQ(-1, CBCDes3EncryptData(KEY_BYTES.data(), pMarker, ~0UL, &pOut));
 }
 
 TEST(FinalBlock, KeepsTheLengthWhenTheCountIsBad)
@@ -109,11 +107,11 @@ TEST(FinalBlock, KeepsTheLengthWhenTheCountIsBad)
     unsigned char iv[8] = {};
     unsigned char out[8] = {};
     unsigned long cb = 8;
-    des3key(schedule, kKey.data(), 0);
+    des3key(schedule, KEY_BYTES.data(), 0);
     EXPECT_EQ(-1, doCryptExFinal(schedule, iv, out, out, &cb, 0)) << "eight bytes need two blocks";
 
-    const Bytes cipher = libcrypto::TdesCbc(kKey, FromHex("1122334455667708"), DES_ENCRYPT);
-    des3key(schedule, kKey.data(), 1);
+    const Bytes cipher = libcrypto::Encipher(KEY_BYTES, FromHex("1122334455667708"));
+    des3key(schedule, KEY_BYTES.data(), 1);
     EXPECT_EQ(-1, doCryptExFinal(schedule, iv, cipher.data(), out, &cb, 1));
     EXPECT_EQ(8U, cb);
     EXPECT_EQ(Bytes(8), Bytes(out, out + 8));

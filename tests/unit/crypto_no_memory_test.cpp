@@ -28,9 +28,6 @@ try {
 
 namespace {
 
-using scripted::Bytes;
-using scripted::FromHex;
-
 class NoMemory : public testing::Test {
 protected:
     void SetUp() override { std::swap(m_cbMost, g_cbMost); }

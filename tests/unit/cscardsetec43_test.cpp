@@ -9,7 +9,6 @@
 #include <numeric>
 
 namespace {
-using scripted::Bytes;
 
 class Setec : public CSessionTest<CSCardSetec43> {
 protected:
@@ -20,7 +19,7 @@ protected:
         std::iota(ab.begin(), ab.end(), std::uint8_t{1});
         return ab;
     }
-    static std::string Hex(const Bytes& ab) { return scripted::ToHex(ab.data(), ab.size()); }
+    static std::string Hex(const Bytes& ab) { return ToHex(ab); }
 };
 
 TEST_F(Setec, CommandsGoOutByteByByte)
@@ -59,24 +58,6 @@ TEST_F(Setec, CommandsGoOutByteByByte)
         card.Step("no status word", row.szCommand, "90");
         EXPECT_EQ(0x6F00, row.call());
     }
-}
-
-TEST_F(Setec, ArgumentsThatMissSomethingSendNothing)
-{
-    Bytes ab = Counted(20);
-    CK_ULONG ulRoom = 127;
-    EXPECT_EQ(-1, Card().PutHash(ab.data(), 17));
-    EXPECT_EQ(-1, Card().PutHash(nullptr, 20));
-    EXPECT_EQ(-1, Card().Verify(1, nullptr, 5));
-    EXPECT_EQ(-1, Card().VerifyAndChange(1, ab.data(), 5, nullptr, 5));
-    EXPECT_EQ(-1, Card().ComputeSignature(ab.data(), nullptr));
-    EXPECT_EQ(336, Card().ComputeSignature(ab.data(), &ulRoom));
-    EXPECT_EQ(0, Card().ComputeSignature(nullptr, &ulRoom));
-    EXPECT_EQ(128u, ulRoom);
-    EXPECT_EQ(-1, Card().EncDec(0x8086, nullptr, 5, ab.data(), &ulRoom));
-    EXPECT_EQ(-1, Card().EncDec(0x8086, ab.data(), 5, ab.data(), nullptr));
-    EXPECT_EQ(-1, Card().ExportRSAPublicKey(1, nullptr));
-    EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
 TEST_F(Setec, SuccessfulPinMarksTheCurrentFiles)

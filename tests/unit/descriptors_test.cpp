@@ -9,17 +9,14 @@
 #include <new>
 #include <numeric>
 
-using scripted::Bytes;
-using scripted::ToHex;
-
 namespace {
 
-const std::string kFileAccess = "A0 A1 A2 A3 A4 A5 A6 A7 A8";
-const std::string kFileSm =
+const std::string FILE_ACCESS = "A0 A1 A2 A3 A4 A5 A6 A7 A8";
+const std::string FILE_SM =
     " 8B 18 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12 13 14 15 16 17 18";
-const std::string kBsoHead = "83 02 2C 1A 85 08 01 02 03 04 05 06 07 08 ";
-const std::string kBsoAccess = "B0 B1 B2 B3 B4 B5 B6 B7";
-const std::string kBsoSm = " 8B 10 C0 C1 C2 C3 C4 C5 C6 C7 C8 C9 CA CB CC CD CE CF";
+const std::string BSO_HEAD = "83 02 2C 1A 85 08 01 02 03 04 05 06 07 08 ";
+const std::string BSO_ACCESS = "B0 B1 B2 B3 B4 B5 B6 B7";
+const std::string BSO_SM = " 8B 10 C0 C1 C2 C3 C4 C5 C6 C7 C8 C9 CA CB CC CD CE CF";
 
 /// Gives the bytes of adjoining members consecutive values: the order in a descriptor's memory is
 /// that of the body.
@@ -54,8 +51,9 @@ void FillBso(_M4_BSO_info& info)
     info.ObjectId = 0x1A;
     CK_BYTE b = 1;
     for (CK_BYTE* p : {&info.Options, &info.Flags, &info.AlgoId, &info.ErrCnt, &info.UseCount,
-                       &info.Dek, &info.Ara_Counter, &info.MinLen})
+                       &info.Dek, &info.Ara_Counter, &info.MinLen}) {
         *p = b++;
+    }
     Number(&info.AC_USE, 8, 0xB0);
     Number(&info.SM_ENC_USE_IN, 16, 0xC0);
     Number(info.pObjectData, 4, 0xD0);
@@ -91,22 +89,22 @@ TEST(FileDescriptor, WritesItsBodies)
     const std::string head = "81 02 12 34 82 03 05 00 20 83 02 50 15 85 03 7F 01 02 ";
     _M4_FileInfo_common common;
     FillCommon(common);
-    EXPECT_EQ(head + "86 09 " + kFileAccess, Body(common, WHOLE));
-    EXPECT_EQ("86 09 " + kFileAccess, Body(common, ADMIN));
-    EXPECT_EQ("86 09 " + kFileAccess, Body(common, ADMIN_SM)) << "it has no such conditions";
+    EXPECT_EQ(head + "86 09 " + FILE_ACCESS, Body(common, WHOLE));
+    EXPECT_EQ("86 09 " + FILE_ACCESS, Body(common, ADMIN));
+    EXPECT_EQ("86 09 " + FILE_ACCESS, Body(common, ADMIN_SM)) << "it has no such conditions";
 
     _M4_FileInfo_SM sm = FilledSm();
-    EXPECT_EQ(head + "86 09 " + kFileAccess + kFileSm, Body(sm, WHOLE));
-    EXPECT_EQ("86 09 " + kFileAccess, Body(sm, ADMIN));
-    EXPECT_EQ("86 09 " + kFileAccess + kFileSm, Body(sm, ADMIN_SM));
+    EXPECT_EQ(head + "86 09 " + FILE_ACCESS + FILE_SM, Body(sm, WHOLE));
+    EXPECT_EQ("86 09 " + FILE_ACCESS, Body(sm, ADMIN));
+    EXPECT_EQ("86 09 " + FILE_ACCESS + FILE_SM, Body(sm, ADMIN_SM));
 
-    const std::string padded = "86 0C " + kFileAccess + " FF FF FF";
+    const std::string padded = "86 0C " + FILE_ACCESS + " FF FF FF";
     common.SetAdditionalACPaddingFF(3);
     sm.SetAdditionalACPaddingFF(3);
     EXPECT_EQ(padded, Body(common, ADMIN));
     EXPECT_EQ(head + padded, Body(common, WHOLE));
-    EXPECT_EQ(padded + kFileSm, Body(sm, ADMIN_SM));
-    EXPECT_EQ(head + padded + kFileSm, Body(sm, WHOLE));
+    EXPECT_EQ(padded + FILE_SM, Body(sm, ADMIN_SM));
+    EXPECT_EQ(head + padded + FILE_SM, Body(sm, WHOLE));
 }
 
 TEST(FileDescriptor, StartsAndResetsWithEverythingForbidden)
@@ -133,17 +131,17 @@ TEST(FileDescriptor, ACloneIsOfTheSameClass)
     info.SetDefaultAC(0);
     info.SetDefaultSM(0);
     EXPECT_TRUE(clone->isDF());
-    EXPECT_EQ("86 09 " + kFileAccess + kFileSm, Body(*clone, ADMIN_SM));
+    EXPECT_EQ("86 09 " + FILE_ACCESS + FILE_SM, Body(*clone, ADMIN_SM));
 }
 
 TEST(ObjectDescriptor, WritesItsBodies)
 {
     _M4_BSO_info bso;
     FillBso(bso);
-    EXPECT_EQ(kBsoHead + "86 08 " + kBsoAccess + kBsoSm + " 8F 04 D0 D1 D2 D3", Body(bso, WHOLE));
-    EXPECT_EQ("83 02 2C 1A 86 08 " + kBsoAccess, Body(bso, ADMIN))
+    EXPECT_EQ(BSO_HEAD + "86 08 " + BSO_ACCESS + BSO_SM + " 8F 04 D0 D1 D2 D3", Body(bso, WHOLE));
+    EXPECT_EQ("83 02 2C 1A 86 08 " + BSO_ACCESS, Body(bso, ADMIN))
         << "32 are asked for, 14 written";
-    EXPECT_EQ("83 02 2C 1A 86 08 " + kBsoAccess + kBsoSm, Body(bso, ADMIN_SM));
+    EXPECT_EQ("83 02 2C 1A 86 08 " + BSO_ACCESS + BSO_SM, Body(bso, ADMIN_SM));
     CK_ULONG ulSize = 20;
     CK_BYTE ab[20];
     EXPECT_EQ(1, bso.GetTLV_Admin(ab, &ulSize, 0));
@@ -155,19 +153,19 @@ TEST(ObjectDescriptor, TheZentarisVariantAddsTwoConditionsAndTheLifeCycleOfAPin)
     _M4_BSO_info source;
     FillBso(source);
     _ZT34_BSO_info bso(source, 0xE0, 0xE1);
-    const std::string access = "86 0A " + kBsoAccess + " E0 E1";
+    const std::string access = "86 0A " + BSO_ACCESS + " E0 E1";
     const std::string value = " 8F 04 D0 D1 D2 D3";
     // Two bytes more than the capacity check counts: the callers' buffers have them to spare.
     for (const CK_BYTE bClass : Bytes{0x2C, 0x20, 0x08}) {
         bso.ObjectClass = bClass;
-        EXPECT_EQ("83 02 " + ToHex(&bClass, 1) + kBsoHead.substr(8) + access + kBsoSm + value,
+        EXPECT_EQ("83 02 " + ToHex(&bClass, 1) + BSO_HEAD.substr(8) + access + BSO_SM + value,
                   Body(bso, WHOLE, 2));
     }
     bso.ObjectClass = 0x2C;
     EXPECT_EQ("83 02 2C 1A " + access, Body(bso, ADMIN));
-    EXPECT_EQ("83 02 2C 1A " + access + kBsoSm, Body(bso, ADMIN_SM));
+    EXPECT_EQ("83 02 2C 1A " + access + BSO_SM, Body(bso, ADMIN_SM));
     bso.ObjectClass = 0xC7;
-    EXPECT_EQ("83 02 C7" + kBsoHead.substr(8) + access + kBsoSm + value + " 8A 01 05",
+    EXPECT_EQ("83 02 C7" + BSO_HEAD.substr(8) + access + BSO_SM + value + " 8A 01 05",
               Body(bso, WHOLE, 2));
 }
 
@@ -218,8 +216,9 @@ TEST(Descriptors, NoneParsesAndNoneWritesWithoutASize)
     for (_M4_TlvStructure* pInfo :
          std::initializer_list<_M4_TlvStructure*>{&common, &sm, &bso, &zentaris}) {
         EXPECT_EQ(-1, pInfo->ParseTLV(ab, 2));
-        for (const EForm form : {WHOLE, ADMIN, ADMIN_SM})
+        for (const EForm form : {WHOLE, ADMIN, ADMIN_SM}) {
             EXPECT_EQ(-1, Write(*pInfo, form, ab, nullptr));
+        }
     }
 }
 

@@ -2,72 +2,58 @@
 //
 // Each operation with the exchanges of its good case, and a fault at each exchange and each other
 // PC/SC call in turn: it ends, with a code of its own, leaves nothing open, and with the try guard
-// on no secret goes to the card twice. The same faults pass over in the transport without it.
+// on no secret goes to the card twice. The same faults pass over in the transport without it. Short
+// memory likewise.
 
+#include "tests/support/nomemory.h"
 #include "tests/support/operation_test.h"
 
-#include <array>
-#include <functional>
+#include <climits>
 #include <set>
 
 namespace {
-struct SOperation {
-    const char* szName;
-    std::set<long> results; ///< those documented for failing exchanges
-    std::function<long()> call;
+/// An operation, and the results that are documented for its failing exchanges.
+struct SSwept {
+    SOperation operation;
+    std::set<long> results;
+    SCall call = {};
     bool bPassesSelectionUp = false; ///< a failed selection's own result, as it came
 };
 
-const SPin kPin("12345678");
+void PrintTo(const SSwept& swept, std::ostream* pOut) // by googletest
+{
+    PrintTo(swept.operation, pOut);
+}
 
-const SOperation kOperations[] = {
-    {"GetSerial", {-4, -66}, [] { return CNS_GetSerial(1, std::array<char, 17>().data()); }, true},
-    {"VerifyPinPuk",
-     {-4, -22, -23, -24, -25},
-     [] {
-         return CNS_DS_VerifyPinPuk(1, nullptr, kPin.pb, 8, kPin.pb, 8, kPin.pb, 8, kPin.pb, 8,
-                                    nullptr, 0);
-     }},
-    {"VerifyProtected",
-     {-4, -24},
-     [] {
-         return CNS_DS_VerifyPinPuk(1, nullptr, nullptr, 0, nullptr, 0, kPin.pb, 8, nullptr, 0,
-                                    nullptr, 1);
-     }},
-    {"ChangePinPuk",
-     {-4, -15, -17, -22, -24},
-     [] {
-         return CNS_DS_ChangePinPuk(1, nullptr, kPin.pb, 8, kPin.pb, 8, nullptr, 0, nullptr, 0,
-                                    kPin.pb, 8, kPin.pb, 8, nullptr, 0, nullptr, 0, nullptr, 0);
-     }},
-    {"UnblockPin",
-     {-4, -20, -21, -23, -25, -32},
-     [] {
-         return CNS_DS_UnblockPin(1, nullptr, kPin.pb, 8, kPin.pb, 8, kPin.pb, 8, kPin.pb, 8,
-                                  nullptr, 0);
-     }},
-    {"DeactivatePin", {-4, -26, -27, -32}, [] { return DS_DeactivatePin(1, nullptr, nullptr, 1); }},
-    {"ReactivatePin",
-     {-4, -25, -28, -29, -32},
-     [] { return DS_ReactivatePin(1, nullptr, kPin.pb, 8, kPin.pb, 8, nullptr, 0, nullptr, 0); }},
+const SOperation VERIFY_ONE = {
+    "VerifyOne", [](const SCall& call) { return Verify(DS_PIN, FRESH[DS_PIN], call); }};
+
+const SSwept SWEPT[] = {
+    {GET_SERIAL, {-4, -66}, {}, true},
+    {VERIFY, {-4, -22, -23, -24, -25}},
+    {VERIFY_ONE, {-4, -24}, {.bProtect = 1}},
+    {CHANGE, {-4, -15, -16, -17, -18, -22, -23, -24, -25}},
+    {UNBLOCK, {-4, -20, -21, -23, -25, -32}},
+    {DEACTIVATE, {-4, -26, -27, -32}, {.bProtect = 1}},
+    {REACTIVATE, {-4, -25, -28, -29, -32}},
 };
 
 constexpr int NEVER = -1;          ///< no exchange fails
 constexpr int MAX_EXCHANGES = 200; ///< then the card goes, and with it loops that rely on it
 constexpr std::uint8_t EXTERNAL_AUTHENTICATE = 0x82;
 
-const SAnswer kFaults[] = {SAnswer::Fail(SCARD_E_NOT_READY),
-                           SAnswer::Fail(SCARD_F_COMM_ERROR),
-                           SAnswer::Fail(SCARD_F_UNKNOWN_ERROR),
-                           SAnswer::Fail(SCARD_E_NOT_TRANSACTED),
-                           SAnswer::Fail(SCARD_E_NO_SERVICE),
-                           SAnswer::Fail(SCARD_W_REMOVED_CARD),
-                           SAnswer::Fail(0x80100079),
-                           SAnswer(""),
-                           SAnswer("90"),
-                           SAnswer(scripted::Bytes(300)),
-                           SAnswer(scripted::Bytes(65535)),
-                           SAnswer(0x0000)};
+const SAnswer FAULTS[] = {SAnswer::Fail(SCARD_E_NOT_READY),
+                          SAnswer::Fail(SCARD_F_COMM_ERROR),
+                          SAnswer::Fail(SCARD_F_UNKNOWN_ERROR),
+                          SAnswer::Fail(SCARD_E_NOT_TRANSACTED),
+                          SAnswer::Fail(SCARD_E_NO_SERVICE),
+                          SAnswer::Fail(SCARD_W_REMOVED_CARD),
+                          SAnswer::Fail(0x80100079),
+                          SAnswer(""),
+                          SAnswer("90"),
+                          SAnswer(Bytes(300)),
+                          SAnswer(Bytes(65535)),
+                          SAnswer(0x0000)};
 
 std::string FaultText(const SAnswer& fault)
 {
@@ -84,48 +70,56 @@ struct SRun {
     int nExchanges = 0;
     int nAuthentications = 0;
     bool bFaultHitSecret = false;
-    std::vector<scripted::Bytes> secrets; ///< commands that brought a PIN or PUK, in their order
+    std::vector<Bytes> secrets; ///< commands that brought a PIN or PUK, in their order
 
-    SAnswer Exchange(const scripted::Bytes& command, const SAnswer* pFault)
+    SAnswer Exchange(const Bytes& command, const SAnswer* pFault)
     {
-        static const std::set<std::uint8_t> kSecrets = {0x20, 0x24, 0x2C};
-        const bool bSecret = command.size() > 5 && kSecrets.contains(command[1]);
+        static const std::set<std::uint8_t> SECRETS = {0x20, 0x24, 0x2C};
+        const bool bSecret = command.size() > 5 && SECRETS.contains(command[1]);
         ++nExchanges;
-        if (bSecret)
+        if (bSecret) {
             secrets.push_back(command);
+        }
         if (pFault) {
             bFaultHitSecret |= bSecret;
             return *pFault;
         }
-        if (command[1] == EXTERNAL_AUTHENTICATE) // the first is the right key, then it is blocked
+        if (command[1] == EXTERNAL_AUTHENTICATE) { // the first is the right key, then it is blocked
             return ++nAuthentications > 1 ? 0x6983 : 0x9000;
+        }
         const bool bData = command[1] == 0x84 || command[1] == 0xB0; // GET CHALLENGE, READ BINARY
-        scripted::Bytes answer(bData ? command[4] : 0u, 'A');
+        Bytes answer(bData ? command[4] : 0u, 'A');
         answer.insert(answer.end(), {0x90, 0x00});
         return answer;
     }
 };
 
-class FaultSweep : public ::testing::TestWithParam<SOperation> {
+class FaultSweep : public ::testing::TestWithParam<SSwept> {
 protected:
     using Lines = std::vector<std::string>;
 
     /// A fault at exchange iFault, from 0; one that lasts comes at all later ones too. Or a failing
-    /// call of another PC/SC function.
-    static SRun Run(const SAnswer& fault, int iFault, bool bLasts, const char* szFailing = nullptr)
+    /// call of another PC/SC function. Or memory for no more than cObjects.
+    static SRun Run(const SAnswer& fault, int iFault, bool bLasts, const char* szFailing = nullptr,
+                    int cObjects = INT_MAX)
     {
         CScriptedPcsc pcsc;
         SRun run;
-        pcsc.Otherwise([&](const scripted::Bytes& command) {
+        pcsc.Otherwise([&](const Bytes& command) {
             const int i = run.nExchanges;
-            if (i + 1 == MAX_EXCHANGES)
+            if (i + 1 == MAX_EXCHANGES) {
                 pcsc.RemoveCard();
+            }
             const bool bFault = iFault != NEVER && (bLasts ? i >= iFault : i == iFault);
             return run.Exchange(command, bFault ? &fault : nullptr);
         });
-        if (szFailing)
+        if (szFailing != nullptr) {
             pcsc.FailCall(szFailing, SCARD_E_NO_SERVICE);
-        run.lResult = GetParam().call();
+        }
+        {
+            const CNoMemory memory(cObjects);
+            run.lResult = GetParam().operation.run(GetParam().call);
+        }
         EXPECT_EQ(Lines(), pcsc.Leftovers());
         EXPECT_EQ(Lines(), pcsc.TakeMisuses());
         return run;
@@ -146,7 +140,7 @@ protected:
 TEST_P(FaultSweep, EndsWithACodeOfItsOwnWhateverFailsWhereverItFails)
 {
     const int nExchanges = Good().nExchanges;
-    for (const auto& fault : kFaults) {
+    for (const auto& fault : FAULTS) {
         for (int i = 0; i < nExchanges; ++i) {
             SCOPED_TRACE(FaultText(fault) + " at " + std::to_string(i));
             EXPECT_PRED1(Documented, Run(fault, i, false).lResult);
@@ -159,7 +153,7 @@ TEST_P(FaultSweep, NeverPresentsASecretTwiceUnderTheTryGuard)
 {
     const CSetting guard("SETTING_TRY_GUARD", 1);
     const SRun good = Good();
-    for (const auto& fault : kFaults) {
+    for (const auto& fault : FAULTS) {
         for (int i = 0; i < good.nExchanges; ++i) {
             SCOPED_TRACE(FaultText(fault) + " at " + std::to_string(i));
             const SRun run = Run(fault, i, false);
@@ -170,8 +164,21 @@ TEST_P(FaultSweep, NeverPresentsASecretTwiceUnderTheTryGuard)
                             run.secrets[iSecret][0] == 0x0C);
             }
             EXPECT_TRUE(!run.bFaultHitSecret || run.lResult != 0); // no fault passes for success
+            EXPECT_TRUE(run.lResult != 0 || run.secrets.size() == good.secrets.size());
         }
     }
+}
+
+TEST_P(FaultSweep, ShortMemoryIsAFailureToBeginOrNoneAtAll)
+{
+    int cObjects = 0;
+    for (bool bFelt = true; bFelt; ++cObjects) {
+        const SRun run = Run(0x9000, NEVER, false, nullptr, cObjects);
+        bFelt = CNoMemory::WasFelt();
+        const bool bNothingSent = run.secrets.empty() && run.nAuthentications == 0;
+        EXPECT_TRUE(run.lResult == 0 || bNothingSent) << cObjects;
+    }
+    EXPECT_LT(1, cObjects);
 }
 
 TEST_P(FaultSweep, LeavesNothingOpenWhenACallBesideTheExchangesFails)
@@ -183,6 +190,7 @@ TEST_P(FaultSweep, LeavesNothingOpenWhenACallBesideTheExchangesFails)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Operation, FaultSweep, ::testing::ValuesIn(kOperations),
-                         [](const auto& row) { return std::string(row.param.szName); });
+INSTANTIATE_TEST_SUITE_P(, FaultSweep, ::testing::ValuesIn(SWEPT), [](const auto& row) {
+    return std::string(row.param.operation.szName) + (row.param.call.bProtect ? "Protected" : "");
+});
 } // namespace

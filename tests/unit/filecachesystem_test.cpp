@@ -11,16 +11,14 @@
 #include <random>
 #include <thread>
 
-using scripted::Bytes;
-using scripted::ToHex;
-
 namespace {
 
 DFEF_Path Path(std::initializer_list<WORD> fids, bool bPinVerified = false)
 {
     DFEF_Path path;
-    for (const WORD fid : fids)
+    for (const WORD fid : fids) {
         path.Append(fid);
+    }
     path.m_isPinVerified = bPinVerified;
     return path;
 }
@@ -28,8 +26,9 @@ DFEF_Path Path(std::initializer_list<WORD> fids, bool bPinVerified = false)
 Bytes Counting(std::size_t cb, unsigned char bFirst = 0)
 {
     Bytes bytes(cb);
-    for (std::size_t i = 0; i < cb; ++i)
+    for (std::size_t i = 0; i < cb; ++i) {
         bytes[i] = static_cast<unsigned char>(bFirst + i);
+    }
     return bytes;
 }
 
@@ -127,8 +126,9 @@ TEST_F(FileCache, EveryChunkThatHoldsAWrittenByteGetsTheNewValue)
         const std::size_t cbRead = 1 + random() % (truth.size() - from);
         const std::string read = Read(file, static_cast<long>(from), static_cast<long>(cbRead));
         ASSERT_TRUE(read == "-" || read == ToHex(&truth[from], cbRead)) << "round " << round;
-        if (random() % 100 == 0)
+        if (random() % 100 == 0) {
             cache.Clear();
+        }
     }
 }
 
@@ -153,6 +153,8 @@ TEST_F(FileCache, ARangeOutsideTheBoundsIsNotStored)
     EXPECT_FALSE(cache.isCached(file, 0, 1));
     Put(file, 7, Counting(32768));
     EXPECT_EQ(0, Get(file, 7, 32768)) << "the largest chunk";
+    cache.Put(file, 0, 32769, bytes.data(), 0);
+    EXPECT_FALSE(cache.isCached(file, 7, 1)) << "replaced by more than fits";
 }
 
 TEST_F(FileCache, ProtectedDataIsServedOnlyToAVerifiedPin)

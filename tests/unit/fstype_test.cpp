@@ -23,10 +23,11 @@ TEST(AtrCmp, ComparesUnderTheMask)
                 {"5z", "05", "FF", 0},
                 {nullptr, "3B", "FF", -1},
                 {"3B", "3B", nullptr, -1}};
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(row.lResult, PCSC_AtrCmp(row.szAtr1, row.szAtr2, row.szMask))
             << (row.szAtr1 ? row.szAtr1 : "null") << " under "
             << (row.szMask ? row.szMask : "null");
+    }
 }
 
 class FileSystemType : public CScriptedTest {
@@ -92,14 +93,16 @@ TEST_F(FileSystemType, FileIdentifiersComeFromTheSettings)
     } settings[] = {{"SETTING_CNS_DF1", 0x15001, 0x1100}, // the low 16 bits count
                     {"SETTING_CNS_DS_DF_ROOT", 0x5002, 0x1400},
                     {"SETTING_CNS_DS_DF", 0x5003, 0x8110}};
-    for (const auto& setting : settings)
+    for (const auto& setting : settings) {
         PINDESK_ChangeSetting(setting.szName, setting.lValue);
+    }
     ExpectSelections(card, "3F00 5001 3F00 5002 3F00 1112!");
     EXPECT_EQ(0, Detect());
     ExpectSelections(card, "3F00 5001! 5003 3F00 1112!");
     EXPECT_EQ(0, Detect());
-    for (const auto& setting : settings)
+    for (const auto& setting : settings) {
         PINDESK_ChangeSetting(setting.szName, setting.lDefault);
+    }
 }
 
 TEST_F(FileSystemType, CardWithoutMfIsNotExamined)
@@ -107,22 +110,6 @@ TEST_F(FileSystemType, CardWithoutMfIsNotExamined)
     ExpectSelections(card, "3F00! fci 3F00!");
     EXPECT_EQ(-2, Detect());
     EXPECT_EQ(UNTOUCHED, m_lType);
-}
-
-TEST_F(FileSystemType, NothingIsSentWithoutCardAndTransaction)
-{
-    EXPECT_EQ(-2, PCSC_GetFSType(0, &m_lType));
-    EXPECT_EQ(-2, PCSC_GetFSType(2, &m_lType));
-    card.FailCall("SCardEstablishContext", SCARD_E_NO_SERVICE);
-    EXPECT_EQ(-1, Detect());
-    card.FailCall("SCardListReaders", SCARD_E_NO_READERS_AVAILABLE);
-    EXPECT_EQ(-2, Detect());
-    card.FailCall("SCardConnect", SCARD_E_SHARING_VIOLATION);
-    EXPECT_EQ(-2, Detect());
-    card.FailCall("SCardBeginTransaction", SCARD_W_RESET_CARD);
-    EXPECT_EQ(-2, Detect());
-    EXPECT_EQ(UNTOUCHED, m_lType);
-    EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
 TEST_F(FileSystemType, CardPulledMidwayEndsWithTheSessionsOwnResult)

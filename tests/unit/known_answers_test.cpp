@@ -16,9 +16,6 @@
 
 namespace {
 
-using scripted::Bytes;
-using scripted::FromHex;
-using scripted::ToHex;
 using CRecord = std::map<std::string, Bytes>;
 
 /// The records of a file: lines "Name = hex", records apart by an empty line, # comments.
@@ -28,15 +25,17 @@ std::vector<CRecord> ReadVectors(const std::string& szName)
     std::vector<CRecord> records;
     CRecord record;
     const auto finish = [&] {
-        if (!record.empty())
+        if (!record.empty()) {
             records.push_back(std::exchange(record, {}));
+        }
     };
     for (std::string line; std::getline(file, line);) {
         const std::size_t nEquals = line.find(" = ");
-        if (line.empty())
+        if (line.empty()) {
             finish();
-        else if (line[0] != '#' && nEquals != std::string::npos)
+        } else if (line[0] != '#' && nEquals != std::string::npos) {
             record[line.substr(0, nEquals)] = FromHex(line.substr(nEquals + 3));
+        }
     }
     finish();
     return records;
@@ -46,8 +45,9 @@ std::vector<CRecord> ReadVectors(const std::string& szName)
 Bytes ThreeKeys(const Bytes& key)
 {
     Bytes keys = key;
-    while (keys.size() < 24)
+    while (keys.size() < 24) {
         keys.push_back(keys[keys.size() - key.size()]);
+    }
     return keys;
 }
 
@@ -76,10 +76,10 @@ void ExpectCipher(const char* szFile)
         const Bytes iv = record.contains("IV") ? record.at("IV") : Bytes(8);
         for (std::size_t n = 0; n < 8; ++n) {
             const std::size_t nApart = n + in.size() + 1;
-            EXPECT_EQ(out, Chain(key, iv, in, 0, n, n)) << ToHex(in.data(), in.size());
-            EXPECT_EQ(out, Chain(key, iv, in, 0, n, nApart)) << ToHex(in.data(), in.size());
-            EXPECT_EQ(in, Chain(key, iv, out, 1, n, n)) << ToHex(in.data(), in.size());
-            EXPECT_EQ(in, Chain(key, iv, out, 1, n, nApart)) << ToHex(in.data(), in.size());
+            EXPECT_EQ(out, Chain(key, iv, in, 0, n, n)) << ToHex(in);
+            EXPECT_EQ(out, Chain(key, iv, in, 0, n, nApart)) << ToHex(in);
+            EXPECT_EQ(in, Chain(key, iv, out, 1, n, n)) << ToHex(in);
+            EXPECT_EQ(in, Chain(key, iv, out, 1, n, nApart)) << ToHex(in);
         }
     }
 }

@@ -32,7 +32,7 @@ TEST_F(M4Files, RecordIsCutOrShrunkToWhatCameBack)
         card.Step("read", row.cbRoom == 4 ? "00 B2 03 04 04" : "00 B2 03 04 02", row.szAnswer);
         EXPECT_EQ(0, Card().ReadRecordAbsolute(3, ab, &cb));
         EXPECT_EQ(row.cbRead, cb);
-        EXPECT_EQ(row.szRead, scripted::ToHex(ab, cb));
+        EXPECT_EQ(row.szRead, ToHex(ab, cb));
     }
 }
 
@@ -42,11 +42,11 @@ TEST_F(M4Files, RecordFoundByTagLosesItsHeaderWhenStripped)
     CK_BYTE cb = 4;
     card.Step("by tag", "00 B2 5A 02 04", "5A 02 A1 A2 90 00");
     EXPECT_EQ(0, Card().ReadRecordTLV(0x5A, ab, &cb));
-    EXPECT_EQ("5A 02 A1 A2", scripted::ToHex(ab, cb));
+    EXPECT_EQ("5A 02 A1 A2", ToHex(ab, cb));
 
     card.Step("two bytes more", "00 B2 5A 02 06", "5A 02 A1 A2 90 00");
     EXPECT_EQ(0, Card().ReadRecordTLVStrip(0x5A, ab, &cb));
-    EXPECT_EQ("A1 A2", scripted::ToHex(ab, cb));
+    EXPECT_EQ("A1 A2", ToHex(ab, cb));
 
     cb = 254; // with the header it would not fit a byte
     card.Step("as asked", "00 B2 5A 02 FE", "5A 01 A1 90 00");
@@ -65,29 +65,12 @@ TEST_F(M4Files, RecordFoundByTagLosesItsHeaderWhenStripped)
 
 TEST_F(M4Files, RecordsAreWrittenUpToAShortCommand)
 {
-    scripted::Bytes data(252, 0xEE);
-    const std::string longest = scripted::ToHex(data.data(), 251);
+    Bytes data(251, 0xEE);
+    const std::string longest = ToHex(data);
     Ok(("00 DC 07 02 FB" + longest).c_str());
     EXPECT_EQ(0, Card().UpdateRecord(2, 7, data.data(), 251));
     card.Step("append", ("00 E2 00 00 FB" + longest).c_str(), 0x6A84);
     EXPECT_EQ(0x6A84, Card().AppendRecord(data.data(), 251));
-    EXPECT_EQ(eM4Error_invalid_args, Card().AppendRecord(data.data(), 252));
-}
-
-TEST_F(M4Files, RecordArgumentsMayNotMiss)
-{
-    CK_BYTE ab[4] = {};
-    CK_BYTE cbNone = 0;
-    CK_BYTE cb = 4;
-    EXPECT_EQ(-1, Card().ReadRecord(4, 1, nullptr, &cb));
-    EXPECT_EQ(-1, Card().ReadRecord(4, 1, ab, nullptr));
-    EXPECT_EQ(-1, Card().ReadRecord(4, 1, ab, &cbNone));
-    EXPECT_EQ(eM4Error_invalid_args, Card().ReadRecordTLVStrip(1, ab, nullptr));
-    EXPECT_EQ(-1, Card().UpdateRecord(4, 1, nullptr, 4));
-    EXPECT_EQ(-1, Card().UpdateRecord(4, 1, ab, 0));
-    EXPECT_EQ(-1, Card().AppendRecord(nullptr, 4));
-    EXPECT_EQ(-1, Card().AppendRecord(ab, 0));
-    EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
 /// The fields of a descriptor that GetFileInfo can fill.
@@ -96,7 +79,7 @@ std::string InfoText(const _M4_FileInfo_SM& info)
     char szText[100];
     std::snprintf(szText, sizeof szText, "size %X type %X record %X fid %X body %X ac ", info.size,
                   unsigned{info.type}, info.recordSize, info.fid, info.DF_Body_size);
-    return szText + scripted::ToHex(&info.AC_READ, 9);
+    return szText + ToHex(&info.AC_READ, 9);
 }
 
 TEST_F(M4Files, FileInfoTakesWhatTheFciStatesAndLeavesTheRest)
@@ -125,12 +108,31 @@ TEST_F(M4Files, FileInfoTakesWhatTheFciStatesAndLeavesTheRest)
         _M4_FileInfo_SM info;
         info.fid = 0x5015;
         Card().InvalidateCache();
+        Card().m_bCurrentDFPhisicallySelected = Card().m_bCurrentEFPhisicallySelected = 1;
         card.Step("with FCI", "00 A4 09 00 02 50 15 FF",
                   (std::string(row.szAnswer) + "90 00").c_str());
         card.Step("the session follows", "00 A4 09 0C 02 50 15 FF", 0x6985); // and does not mind
         EXPECT_EQ(0, Card().GetFileInfo(info));
         EXPECT_EQ(row.szInfo, InfoText(info));
+        EXPECT_EQ(0, Card().m_bCurrentEFPhisicallySelected); // where the card is, nobody has noted
+        EXPECT_EQ(!info.isDF(), Card().m_bCurrentDFPhisicallySelected);
     }
+}
+
+TEST_F(M4Files, FileRememberedAsMissingIsTheCurrentOneAfterItsFileInfo)
+{
+    card.Step("not there yet", "00 A4 09 0C 02 11 02 FF", 0x6A82);
+    EXPECT_EQ(0x6A82, Card().SelectEx(0x1102, nullptr, eFidEF));
+    card.Step("another", "00 A4 09 0C 02 11 01 FF", 0x9000);
+    EXPECT_EQ(0, Card().SelectEx(0x1101, nullptr, eFidEF));
+    card.Step("there now", "00 A4 09 00 02 11 02 FF", "6F 03 82 01 01 90 00");
+    card.Step("the session follows", "00 A4 09 0C 02 11 02 FF", 0x9000);
+    _M4_FileInfo_SM info;
+    info.fid = 0x1102;
+    EXPECT_EQ(0, Card().GetFileInfo(info));
+    EXPECT_EQ("1102", EF());
+    card.Step("write", "00 D6 00 00 01 A1", 0x9000);
+    EXPECT_EQ(0, Card().UpdateBinary(FromHex("A1").data(), 1, 0));
 }
 
 TEST_F(M4Files, FileInfoRecordsTheSelectionAndGoesToTheDFFirst)

@@ -115,12 +115,6 @@ TEST_F(M4Select, SizeQueryAsksTheCardAndTakesTag81)
     }
 }
 
-TEST_F(M4Select, TypeMustBeKnown)
-{
-    for (const int fidType : {0, 3, -1})
-        EXPECT_EQ(eM4Error_invalid_args, Card().SelectEx(0x1000, nullptr, fidType));
-}
-
 TEST_F(M4Select, PathsAreSentFromTheMFWithoutIt)
 {
     const struct {
@@ -153,8 +147,8 @@ TEST_F(M4Select, PathsAreSentFromTheMFWithoutIt)
 TEST_F(M4Select, PathsBeyondAShortCommandAreRefused)
 {
     std::vector<WORD> path(300, 0x1111);
-    const scripted::Bytes longest(250, 0x11);
-    Ok(("00 A4 08 0C FA" + scripted::ToHex(longest.data(), longest.size())).c_str());
+    const Bytes longest(250, 0x11);
+    Ok(("00 A4 08 0C FA" + ToHex(longest)).c_str());
     EXPECT_EQ(0, Card().PathSelectWORD(path.data(), 125, 1));
     EXPECT_EQ(eM4Error_invalid_args, Card().PathSelectWORD(path.data(), 126, 1));
     EXPECT_EQ(eM4Error_invalid_args, Card().PathSelectWORD(path.data(), 300, 1));
@@ -163,8 +157,9 @@ TEST_F(M4Select, PathsBeyondAShortCommandAreRefused)
 TEST_F(M4Select, ForcedSelectionAsksTheCardForADFInBothCases)
 {
     WORD path[] = {0x1100, 0x1102};
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 2; ++i) {
         Ok("00 A4 08 0C 04 11 00 11 02");
+    }
     EXPECT_EQ(0, Card().PathSelectWORD(path, 2, 0));
     EXPECT_EQ(0, Card().ForceSelectCurrentEF());
     EXPECT_EQ("1100 1102 DF", DF());

@@ -3,12 +3,13 @@
 // CardOS M4: the dialogue of secure messaging, against a card that checks and protects for itself.
 
 #include "cardlib/scardcardosm4.h"
+#include "cardlib/support/careful.h"
 #include "tests/support/secure_card.h"
 #include "tests/support/session_test.h"
 
 namespace {
-const Bytes kSig = FromHex("0123456789ABCDEF 23456789ABCDEF01 456789ABCDEF0123");
-const Bytes kEnc = FromHex("89ABCDEF01234567 AB0123456789CDEF CDEF0123456789AB");
+const Bytes SIG = FromHex("0123456789ABCDEF 23456789ABCDEF01 456789ABCDEF0123");
+const Bytes ENC = FromHex("89ABCDEF01234567 AB0123456789CDEF CDEF0123456789AB");
 constexpr char VERIFY[] = "00 20 00 9A 08 31 32 33 34 35 FF FF FF";
 
 class M4Sm : public CSessionTest<CSCardCardOSM4> {
@@ -16,7 +17,7 @@ protected:
     void SetUp() override
     {
         CSessionTest::SetUp();
-        Card().SetSMxCMode(1, kSig.data(), kEnc.data(), nullptr, 0);
+        Card().SetSMxCMode(1, SIG.data(), ENC.data(), nullptr, 0);
     }
     long Send(const char* szCommand, DWORD cbRoom = 256)
     {
@@ -24,15 +25,16 @@ protected:
         CK_BYTE ab[260] = {};
         DWORD cb = cbRoom;
         const long lResult = Card().Transmit(command.data(), command.size(), ab, &cb);
-        m_answer = lResult == 0 ? scripted::ToHex(ab, cb) : "";
+        m_answer = lResult == 0 ? ToHex(ab, cb) : "";
         return lResult;
     }
     void SetList(std::vector<CK_BYTE> instructions)
     {
         Card().SetSMxCMode(1, nullptr, nullptr, instructions.data(), instructions.size());
     }
-    CSecureCard secure{card, kSig, kEnc};
+    CSecureCard secure{card, SIG, ENC};
     std::string m_answer;
+    CK_ULONG m_cb = 0;
 };
 
 TEST_F(M4Sm, EveryCommandIsProtectedWithFreshRandoms)
@@ -67,16 +69,34 @@ TEST_F(M4Sm, ListNamesWhatIsProtectedButNeverTheRandoms)
     EXPECT_EQ(0, Send("00 B0 00 00 10"));
 }
 
+TEST_F(M4Sm, ListMayBeTheSessionsOwn)
+{
+    SetList({0x20, 0xB0});
+    Card().SetSMxCMode(1, Card().m_Des3Key_SIG, Card().m_Des3Key_ENC, Card().m_pbINSList + 1, 1);
+    EXPECT_EQ(0xB0, Card().m_pbINSList[0]);
+    EXPECT_EQ(1u, Card().m_ulINSListLen);
+}
+
+TEST_F(M4Sm, ObjectThatTheEnvelopeWouldCutIsRefusedBeforeAnything)
+{
+    _M4_BSO_info info;
+    info.ObjectDataLen = 256 - 44;
+    Card().m_bCurrentDFPhisicallySelected = 1;
+    EXPECT_EQ(eM4Error_invalid_args, Card().CreateBSO(&info, 0));
+    EXPECT_EQ(eM4Error_invalid_args, Card().InternalAuthenticate(0, nullptr, 256, nullptr, &m_cb));
+    EXPECT_EQ(0u, card.Count("Transmit"));
+}
+
 TEST_F(M4Sm, SwitchingOffWipesTheKeysAndSendsPlain)
 {
     SetList({0x20});
-    Card().SetSMxCMode(0, kSig.data(), kEnc.data(), nullptr, 0);
+    Card().SetSMxCMode(0, SIG.data(), ENC.data(), nullptr, 0);
     EXPECT_EQ(Bytes(24), Bytes(Card().m_Des3Key_SIG, Card().m_Des3Key_SIG + 24));
     EXPECT_EQ(Bytes(24), Bytes(Card().m_Des3Key_ENC, Card().m_Des3Key_ENC + 24));
     EXPECT_EQ(nullptr, Card().m_pbINSList);
     card.Step("plain", VERIFY, 0x9000);
     EXPECT_EQ(0, Send(VERIFY));
-    Card().SetSMxCMode(1, kSig.data(), kEnc.data(), nullptr, 0); // the length of the list is stale
+    Card().SetSMxCMode(1, SIG.data(), ENC.data(), nullptr, 0); // the length of the list is stale
     secure.Expect("all again", "00 B0 00 00 00", 0x6982);
     EXPECT_EQ(0, Send("00 B0 00 00 10"));
 }
@@ -95,8 +115,9 @@ TEST_F(M4Sm, WithoutRandomsTheCommandIsNotSent)
 
 TEST_F(M4Sm, CommandShorterThanItSaysIsRefusedBeforeAnything)
 {
-    for (const char* szCommand : {"00", "00 20 00 9A", "00 20 00 9A 02 31"})
+    for (const char* szCommand : {"00", "00 20 00 9A", "00 20 00 9A 02 31"}) {
         EXPECT_EQ(-1, Send(szCommand)) << szCommand;
+    }
     EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
@@ -104,7 +125,7 @@ TEST_F(M4Sm, CommandTooLongForItsEnvelopeIsRefused)
 {
     secure.ExpectRandoms();
     const Bytes data(240, 0xA1);
-    EXPECT_EQ(-1, Send(("00 D6 00 00 F0" + scripted::ToHex(data.data(), data.size())).c_str()));
+    EXPECT_EQ(-1, Send(("00 D6 00 00 F0" + ToHex(data)).c_str()));
 }
 
 TEST_F(M4Sm, AnswersAreOpenedOrHandedOverOrRefused)
@@ -148,20 +169,55 @@ TEST_F(M4Sm, AnswersAreOpenedOrHandedOverOrRefused)
     }
 }
 
+TEST_F(M4Sm, OnlyOneAnswerOfTwoBytesIsASuccess)
+{
+    const CCareful care(true); // an answer without a status word is not asked for again
+    for (int i = -1; i <= 0xFFFF; ++i) {
+        Bytes answer;
+        if (i > 0xFF) {
+            answer = {static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)};
+        } else if (i >= 0) {
+            answer = {static_cast<std::uint8_t>(i)};
+        }
+        secure.Expect("short", VERIFY, [&] { return SAnswer(answer); });
+        const long lResult = Send(VERIFY);
+        ASSERT_EQ(i == 0x9000, lResult == 0 && m_answer == "90 00") << ToHex(answer);
+    }
+}
+
+TEST_F(M4Sm, AnAnswerWithOneWrongByteIsNeverOpened)
+{
+    const CCareful care(true);
+    const Bytes whole = secure.Protect("A1 A2 A3");
+    for (std::size_t iByte = 0; iByte + 2 < whole.size(); ++iByte) { // up to the status word
+        for (int iWrong = 1; iWrong <= 0xFF; ++iWrong) {
+            Bytes answer;
+            secure.Expect("wrong byte", VERIFY, [&] {
+                answer = secure.Protect("A1 A2 A3");
+                answer[iByte] = static_cast<std::uint8_t>(answer[iByte] ^ iWrong);
+                return SAnswer(answer);
+            });
+            const long lResult = Send(VERIFY);
+            // refused, or handed over as it came, for the caller to see that it is not protected
+            EXPECT_TRUE(lResult != 0 || m_answer == ToHex(answer))
+                << "byte " << iByte << ", " << iWrong << ": " << m_answer;
+        }
+    }
+}
+
 TEST_F(M4Sm, SignedAndEncipheredCommandTakesAllBehindTheHeaderForData)
 {
     Card().SetSMxCMode(0, nullptr, nullptr, nullptr, 0);
-    const Bytes mac = libcrypto::RetailMac(kSig, FromHex("20 00 9A 0B 31 32 00"));
+    const Bytes mac = libcrypto::RetailMac(SIG, FromHex("20 00 9A 0B 31 32 00"));
     Bytes clear = FromHex("31 32 00"); // the last byte could have been Le
     clear.insert(clear.end(), mac.begin(), mac.end());
-    const Bytes cipher = libcrypto::TdesCbc(kSig, libcrypto::IsoPadded(clear), DES_ENCRYPT);
-    card.Step("SMx4", ("00 20 00 9A 10" + scripted::ToHex(cipher.data(), cipher.size())).c_str(),
-              "87 01 02 63 C1");
+    const Bytes cipher = libcrypto::Encipher(SIG, libcrypto::IsoPadded(clear));
+    card.Step("SMx4", ("00 20 00 9A 10" + ToHex(cipher)).c_str(), "87 01 02 63 C1");
     const auto command = FromHex("00 20 00 9A 02 31 32 00");
     CK_BYTE ab[16];
     DWORD cb = sizeof ab;
-    EXPECT_EQ(0, Card().Transmit_SMx4(kSig.data(), command.data(), command.size(), ab, &cb));
-    EXPECT_EQ("87 01 02 63 C1", scripted::ToHex(ab, cb)); // unchanged
-    EXPECT_EQ(-1, Card().Transmit_SMx4(kSig.data(), command.data(), 4, ab, &cb));
+    EXPECT_EQ(0, Card().Transmit_SMx4(SIG.data(), command.data(), command.size(), ab, &cb));
+    EXPECT_EQ("87 01 02 63 C1", ToHex(ab, cb)); // unchanged
+    EXPECT_EQ(-1, Card().Transmit_SMx4(SIG.data(), command.data(), 4, ab, &cb));
 }
 } // namespace

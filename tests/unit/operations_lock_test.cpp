@@ -5,25 +5,21 @@
 #include "tests/support/operation_test.h"
 
 #include "pindesk/constants.h"
+#include "tests/support/process.h"
 #include "tests/support/secure_card.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-
 namespace {
-const SAnswer kReader = SAnswer::Fail(SCARD_E_READER_UNAVAILABLE);
+const SAnswer READER = SAnswer::Fail(SCARD_E_READER_UNAVAILABLE);
 
 class SignaturePin : public COperationTest {
 protected:
     /// A challenge of cb bytes, answered with its MAC under a key of 24 bytes.
     void Authentication(const unsigned char* pKey, std::uint8_t cb, SAnswer answer)
     {
-        Bytes challenge = libcrypto::Random(cb);
-        const Bytes mac = libcrypto::RetailMac({pKey, pKey + 24}, challenge);
-        challenge.insert(challenge.end(), {0x90, 0x00});
-        Step("00 84 00 00" + scripted::ToHex(&cb, 1), challenge);
-        Step("00 82 00 9C 08" + scripted::ToHex(mac.data(), 8), std::move(answer));
+        const Bytes challenge = Random(cb);
+        Step("00 84 00 00" + ToHex(&cb, 1), challenge + Bytes{0x90, 0x00});
+        Step("00 82 00 9C 08" + ToHex(libcrypto::RetailMac({pKey, pKey + 24}, challenge)),
+             std::move(answer));
     }
     /// GetFileInfo of a DF and the descriptor that goes back to it.
     void Rewritten(const std::string& fid, const char* szBefore, const char* szAfter)
@@ -34,21 +30,13 @@ protected:
         Step("00 A4 08 0C 02" + fid);
         Step(std::string("00 DA 01 6F 0C 86 0A") + szAfter + "FF");
     }
-    void Begin()
-    {
-        SelectMF();
-        SelectDS(0x6985); // not looked at
-    }
-    unsigned char m_abKey[24] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12,
-                                 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
     const std::string m_deactivate = "00 04 00 00 02 00 1A";
     const std::string m_activate = "00 44 00 00 02 00 1A";
 };
 
 TEST_F(SignaturePin, IsLockedAndTheWaysBackAreClosed)
 {
-    using Lock = long(long, char*, unsigned char*, BOOL);
-    for (Lock* pLock : {DS_DeactivatePin, DS_LockPin}) {
+    for (long (*const run)(const SCall&) : {Deactivate, Lock}) {
         Begin();
         Authentication(m_abKey, 0x80, 0x9000);
         Step(m_deactivate);
@@ -60,7 +48,7 @@ TEST_F(SignaturePin, IsLockedAndTheWaysBackAreClosed)
         Rewritten("14 00", "01 02 03 04 05 06 07 08 09", "FF FF FF FF FF FF FF 10 FF");
         Step("00 A4 08 0C 02 2F FF");
         Rewritten("2F FF", "01 02 03 04 05 06 07 08 09", "FF 02 03 FF FF FF FF 08 FF");
-        EXPECT_EQ(0, pLock(1, nullptr, m_abKey, 1));
+        EXPECT_EQ(0, run({.bProtect = 1, .pKey = m_abKey}));
     }
 }
 
@@ -74,18 +62,71 @@ TEST_F(SignaturePin, IsLockedAlsoWhenTheDirectoriesCannotBeRewritten)
     Step("00 DA 01 6F 0C 86 0A FF FF FF FF FF 06 FF 44 FF FF", 0x6982); // kept: not open to all
     Step("00 A4 08 0C 02 14 00", 0x6A82);
     Step("00 A4 08 0C 02 2F FF", 0x6A82);
-    EXPECT_EQ(0, DS_DeactivatePin(1, nullptr, m_abKey, 0)); // a key alone is not used
+    EXPECT_EQ(0, Deactivate({.pKey = m_abKey})); // a key alone is not used
 }
 
 TEST_F(SignaturePin, LockingReportsTheStepThatFailed)
 {
     Begin();
     Authentication(DEFAULT_DES3_KEY, 0x80, 0x63C2); // the library's own
-    EXPECT_EQ(-27, DS_LockPin(1, nullptr, nullptr, 1));
-    for (const SAnswer& answer : {SAnswer(0x6982), SAnswer(0x6988), SAnswer("90"), kReader}) {
+    EXPECT_EQ(-27, Lock({.bProtect = 1}));
+    for (const SAnswer& answer : {SAnswer(0x6982), SAnswer(0x6988), SAnswer("90"), READER}) {
         Begin();
         Step(m_deactivate, answer);
-        EXPECT_EQ(answer.m_lCode == 0 ? -26 : -32, DS_LockPin(1, nullptr, nullptr, 0));
+        const bool bStatusWord = answer.m_data && answer.m_data->size() == 2;
+        EXPECT_EQ(bStatusWord ? -26 : -32, Lock());
+    }
+}
+
+TEST_F(SignaturePin, ConditionsThatWereNotReadInFullAreNotWritten)
+{
+    for (const char* szFci :
+         {"90 00", "6F 04 82 02 38 00 90 00", "86 09 01 02 03 04 05 06 07 08 09 90 00",
+          "6F 0A 86 08 01 02 03 04 05 06 07 08 90 00"}) {
+        Begin();
+        Step(m_deactivate);
+        Step("00 A4 08 0C 02 3F 00");
+        Step("00 A4 00 00 02 3F 00 FF", szFci);
+        Step("00 A4 08 0C 02 14 00", 0x6A82);
+        Step("00 A4 08 0C 02 2F FF", 0x6A82);
+        EXPECT_EQ(0, Lock());
+    }
+}
+
+TEST_F(SignaturePin, BlockingTheKeyEndsWhenTheCardIsSilentTwiceInARow)
+{
+    const SAnswer shortChallenge("01 02 03 04 05 06 07 90 00");
+    for (const SAnswer& silence : {READER, SAnswer(""), SAnswer(0x0000), shortChallenge}) {
+        Begin();
+        Authentication(m_abKey, 0x80, 0x9000);
+        Step(m_deactivate);
+        Step("00 84 00 00 08", shortChallenge);
+        Authentication(pWRONG_DES3_KEY, 8, 0x63C2);
+        card.Otherwise([&](const auto&) { return silence; });
+        EXPECT_EQ(0, Lock({.bProtect = 1, .pKey = m_abKey}));
+    }
+}
+
+TEST_F(SignaturePin, CarefulBlockingTheKeyGoesOnOnlyWhileTheKeyIsWrong)
+{
+    const CSetting careful("SETTING_TRY_GUARD", 1);
+    const struct {
+        SAnswer answer;
+        int cRounds;
+    } rows[] = {{0x6A88, 1}, {READER, 1}, {0x9000, 1}, {0x63C1, 16}, {0x6300, 16}};
+    for (const auto& row : rows) {
+        SelectMF();
+        SelectDS();
+        Authentication(m_abKey, 0x80, 0x9000);
+        Step(m_deactivate);
+        for (int i = 0; i < row.cRounds; ++i) {
+            Authentication(pWRONG_DES3_KEY, 8, row.answer);
+        }
+        card.Otherwise([](const Bytes& command) {
+            EXPECT_EQ(0xA4, command[1]);
+            return SAnswer(0x6A82);
+        });
+        EXPECT_EQ(0, Lock({.bProtect = 1, .pKey = m_abKey}));
     }
 }
 
@@ -99,16 +140,11 @@ TEST_F(SignaturePin, BlockingTheKeyEndsWithTheCard)
         card.RemoveCard();
         return SAnswer::Fail(SCARD_W_REMOVED_CARD);
     });
-    EXPECT_EQ(0, DS_LockPin(1, nullptr, m_abKey, 1));
+    EXPECT_EQ(0, Lock({.bProtect = 1, .pKey = m_abKey}));
 }
 
 class Reactivation : public SignaturePin {
 protected:
-    static long Call(const SPin& puk, const SPin& newPin, BOOL bProtect = 0)
-    {
-        return DS_ReactivatePin(1, nullptr, puk.pb, puk.cb, newPin.pb, newPin.cb, nullptr, 1,
-                                nullptr, bProtect);
-    }
     const std::string m_verify = "00 20 00 9B 08" + Padded("87654321");
     const std::string m_reset = "00 2C 00 9A 10" + Padded("87654321") + Padded("12345");
     const std::string m_rewrite = "00 DA 01 6E 10 83 02 00 1A 86 0A 00 1A 1B FF 1B FF FF FF FF FF";
@@ -121,31 +157,65 @@ TEST_F(Reactivation, SetsANewPinWhenBothAreGivenAndRewritesTheObject)
     Step(m_activate);
     Step(m_reset);
     Step(m_rewrite);
-    EXPECT_EQ(0, Call("87654321", "12345"));
+    EXPECT_EQ(0, Reactivate("87654321", "12345"));
 
     Begin();
     Step(m_verify);
     Step(m_activate);
     Step(m_rewrite);
-    EXPECT_EQ(0, Call("87654321", nullptr));
+    EXPECT_EQ(0, Reactivate("87654321", nullptr));
 }
 
 TEST_F(Reactivation, WithoutAPukPresentsEightTimesFF)
 {
     Begin();
     Step("00 20 00 9B 08" + Padded(""), 0x63C2);
-    EXPECT_EQ(-25, Call(nullptr, "12345"));
+    EXPECT_EQ(-25, Reactivate(nullptr, "12345"));
     Begin(); // and no try of a length that is not there reads beyond the buffer
     Step("00 20 00 9B 08" + Padded(""), 0x6700);
     Step("00 20 00 9B 05" + Padded("", 5), 0x6983);
-    EXPECT_EQ(-35, Call({nullptr, 5}, "12345"));
+    EXPECT_EQ(-35, Reactivate({nullptr, 5}, "12345"));
+}
+
+TEST_F(Reactivation, CountsANegativeLengthAsNoValue)
+{
+    Begin();
+    Step("00 20 00 9B 08" + Padded(""));
+    Step(m_activate);
+    Step(m_rewrite);
+    EXPECT_EQ(0, Reactivate({"87654321", -1}, "12345"));
+}
+
+TEST_F(Reactivation, CarefulNeverTakesAQuestionForTheTriesForThePuk)
+{
+    const CSetting careful("SETTING_TRY_GUARD", 1);
+    SelectMF();
+    SelectDS();
+    Step("00 20 00 9B 08" + Padded(""), 0x6700);
+    EXPECT_EQ(-25, Reactivate(nullptr, "12345"));
+}
+
+TEST_F(Reactivation, CarefulBlocksTheKeyOnlyAfterTheCardsOwnRefusal)
+{
+    const CSetting careful("SETTING_TRY_GUARD", 1);
+    for (const SAnswer& answer : {SAnswer(""), READER, SAnswer(0x6F00), SAnswer(0x6982)}) {
+        SelectMF();
+        SelectDS();
+        Step(m_verify);
+        Step(m_activate);
+        Step(m_rewrite, answer);
+        if (answer.m_data == SAnswer(0x6982).m_data) {
+            Authentication(pWRONG_DES3_KEY, 8, 0x6A88); // a card without such a key
+        }
+        EXPECT_EQ(0, Reactivate("87654321", nullptr));
+    }
 }
 
 TEST_F(Reactivation, BoundsLengthsFromAboveAlone)
 {
-    EXPECT_EQ(-2, DS_ReactivatePin(0, nullptr, nullptr, 9, nullptr, 9, nullptr, 0, nullptr, 0));
-    EXPECT_EQ(-63, Call({nullptr, 9}, {nullptr, 9}));
-    EXPECT_EQ(-62, Call("87654321", "123456789"));
+    EXPECT_EQ(-2, Reactivate({nullptr, 9}, {nullptr, 9}, {.lSlot = 0}));
+    EXPECT_EQ(-63, Reactivate({nullptr, 9}, {nullptr, 9}));
+    EXPECT_EQ(-62, Reactivate("87654321", "123456789"));
     EXPECT_TRUE(card.Log().empty());
     Begin();
     Step("00 20 00 9B 08" + Padded("4321"), 0x6700);
@@ -153,7 +223,7 @@ TEST_F(Reactivation, BoundsLengthsFromAboveAlone)
     Step(m_activate);
     Step("00 2C 00 9A 0C" + Padded("4321", 4) + Padded("1"));
     Step(m_rewrite);
-    EXPECT_EQ(0, Call("4321", "1"));
+    EXPECT_EQ(0, Reactivate("4321", "1"));
 }
 
 TEST_F(Reactivation, RefusedRewriteBlocksTheKeyAndIsNotReported)
@@ -164,7 +234,7 @@ TEST_F(Reactivation, RefusedRewriteBlocksTheKeyAndIsNotReported)
     Step(m_rewrite, 0x6982);
     Authentication(pWRONG_DES3_KEY, 8, 0x6300);
     Authentication(pWRONG_DES3_KEY, 8, 0x6983);
-    EXPECT_EQ(0, Call("87654321", nullptr));
+    EXPECT_EQ(0, Reactivate("87654321", nullptr));
 }
 
 TEST_F(Reactivation, ReferenceOutsideItsRangeLeavesTheObjectUnnamed)
@@ -174,7 +244,7 @@ TEST_F(Reactivation, ReferenceOutsideItsRangeLeavesTheObjectUnnamed)
     Step(m_verify);
     Step("00 44 00 00 02 00 9A");
     Step("00 DA 01 6E 10 83 02 00 00 86 0A 00 9A 1B FF 1B FF FF FF FF FF");
-    EXPECT_EQ(0, Call("87654321", nullptr));
+    EXPECT_EQ(0, Reactivate("87654321", nullptr));
 }
 
 TEST_F(Reactivation, ProtectsPukAndNewPinAlone)
@@ -186,7 +256,7 @@ TEST_F(Reactivation, ProtectsPukAndNewPinAlone)
     Step(m_activate);
     secure.Expect("reset", m_reset.c_str(), 0x9000);
     Step(m_rewrite);
-    EXPECT_EQ(0, Call("87654321", "12345", 1));
+    EXPECT_EQ(0, Reactivate("87654321", "12345", {.bProtect = 1}));
 }
 
 /// One failing step, its result and what the error channel says of it.
@@ -196,51 +266,46 @@ struct SRefusal {
     long lResult;
     const char* szTrace;
 };
-const SRefusal kRefusals[] = {
+const SRefusal REFUSALS[] = {
     {0, 0x6987, -10, "SecureMessaging error: SW=0x6987\n"},
     {0, 0x6A80, -10, "SecureMessaging error: SW=0x6A80\n"},
     {0, 0x6988, -10, "SecureMessaging error: SW=0x6988\n"},
     {0, 0x6983, -35, ""},
     {0, 0x63C2, -25, "Verify error: SW=0x63C2\n"},
-    {1, kReader, -32, "Transmit error: 0x80100017\n"},
+    {1, READER, -32, "Transmit error: 0x80100017\n"},
     {1, 0x6987, -10, "SecureMessaging error: SW=0x0000\n"}, // 0 from here on: on purpose
     {1, 0x6985, -28, "Reactivating PIN error: SW=0x0000\n"},
-    {2, kReader, -32, "Transmit error: 0x80100017\n"},
+    {2, READER, -32, "Transmit error: 0x80100017\n"},
     {2, 0x6988, -10, "ScureMessaging error: SW=0x0000\n"}, // spelt so
     {2, 0x6985, -29, "Setting New PIN error: SW=0x0000\n"},
 };
 
 TEST_F(Reactivation, ReportsTheStepThatFailed)
 {
-    for (const auto& refusal : kRefusals) {
+    for (const auto& refusal : REFUSALS) {
         Begin();
         const std::string* const steps[] = {&m_verify, &m_activate, &m_reset};
-        for (int i = 0; i <= refusal.iStep; ++i)
+        for (int i = 0; i <= refusal.iStep; ++i) {
             Step(*steps[i], i == refusal.iStep ? refusal.answer : SAnswer(0x9000));
-        EXPECT_EQ(refusal.lResult, Call("87654321", "12345"));
+        }
+        EXPECT_EQ(refusal.lResult, Reactivate("87654321", "12345"));
     }
 }
 
 TEST(ReactivationTraces, SayWhatFailedWhenTheLevelAsksForIt)
 {
     // the test above again, in a process whose error channel was open from the start
-    const auto run = [](const std::string& environment) {
-        std::string text;
-        char szLine[200];
-        FILE* const pPipe =
-            popen((environment + " /proc/" + std::to_string(getpid()) +
-                   "/exe --gtest_filter=Reactivation.ReportsTheStepThatFailed 2>&1 >/dev/null")
-                      .c_str(),
-                  "r");
-        while (std::fgets(szLine, sizeof szLine, pPipe))
-            text += szLine;
-        EXPECT_EQ(0, pclose(pPipe));
-        return text;
+    const auto run = [](const char* szLevel) {
+        const SFinished child = RunProgram(
+            {"/proc/self/exe", "--gtest_filter=Reactivation.ReportsTheStepThatFailed"}, {szLevel});
+        EXPECT_EQ(0, child.status);
+        return child.err;
     };
     std::string expected;
-    for (const auto& refusal : kRefusals)
+    for (const auto& refusal : REFUSALS) {
         expected += refusal.szTrace;
+    }
     EXPECT_EQ(expected, run("CK_DEBUG_LEVEL=1"));
-    EXPECT_EQ("", run("unset CK_DEBUG_LEVEL;"));
+    EXPECT_EQ("", run("CK_DEBUG_LEVEL"));
 }
 } // namespace

@@ -17,8 +17,8 @@ protected:
     {
         card.Step("reset", (std::string(szHeader) + szData).c_str(), std::move(answer));
     }
-    static long Starcos(long slot = 1) { return PCSC_Unblock_Starcos(slot, "123456", "67890"); }
-    static long M4(long slot = 1) { return PCSC_Unblock_M4_1111(slot, "123456", "67890"); }
+    static long Starcos() { return PCSC_Unblock_Starcos(1, "123456", "67890"); }
+    static long M4() { return PCSC_Unblock_M4_1111(1, "123456", "67890"); }
 };
 
 TEST_F(Unblock, StarcosResetsThePinsOfBothDirectories)
@@ -43,8 +43,9 @@ TEST_F(Unblock, StarcosStopsAtTheFirstFailure)
         ExpectSelections(card, "3F00 1111");
         ExpectReset("80 24 30 96", STARCOS_DATA, 0x9000);
         ExpectSelections(card, bSelected ? "3F00 DF01" : "3F00 DF01!");
-        if (bSelected)
+        if (bSelected) {
             ExpectReset("80 24 30 9A", STARCOS_DATA, 0x6983);
+        }
         EXPECT_EQ(bSelected ? -32 : -4, Starcos());
     }
 }
@@ -82,21 +83,6 @@ TEST_F(Unblock, LongValuesFillTheDataFieldAndNothingElse)
     ExpectSelections(card, "3F00 0000 1111");
     ExpectReset("00 2C 00 81", " 10 35 35 35 35 35 35 35 35  31 35 35 35 35 35 35 35", 0x9000);
     EXPECT_EQ(0, PCSC_Unblock_M4_1111(1, puk.c_str(), "1"));
-}
-
-TEST_F(Unblock, RefusesWhatItCannotOpen)
-{
-    for (const auto& unblock : {Starcos, M4}) {
-        EXPECT_EQ(-2, unblock(0));
-        EXPECT_EQ(-2, unblock(2));
-        card.FailCall("SCardEstablishContext", SCARD_E_NO_SERVICE);
-        EXPECT_EQ(-1, unblock(1));
-        card.FailCall("SCardConnect", SCARD_E_NO_SMARTCARD);
-        EXPECT_EQ(-2, unblock(1));
-        card.FailCall("SCardBeginTransaction", SCARD_W_RESET_CARD);
-        EXPECT_EQ(-4, unblock(1));
-    }
-    EXPECT_EQ(0u, card.Count("Transmit"));
 }
 
 TEST_F(Unblock, SetecDoesNothingOnPurpose)

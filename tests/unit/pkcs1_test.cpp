@@ -2,17 +2,15 @@
 //
 // PKCS#1 blocks, trailing pad bytes, ASN.1 integers (here with the libcrypto of the test program).
 
+#include "cardlib/pkcs1.h"
+#include "tests/support/bytes.h"
+
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <memory>
 #include <numeric>
 
-#include "cardlib/pkcs1.h"
-#include "tests/support/scripted_pcsc.h"
-
 namespace {
-
-using scripted::Bytes;
-using scripted::FromHex;
 
 Bytes Numbered(std::size_t cb)
 {
@@ -43,43 +41,31 @@ TEST(DigestInfo, HasTheLengthsOfItsNames)
     EXPECT_EQ(32, SHA256_OID[18]);
 }
 
-TEST(SignaturePadding, FillsWithFF)
+TEST(Pkcs1Padding, FillsWithFFOrTheHostsRandAndRefusesWhatIsTooLong)
 {
-    const Bytes data = Numbered(35);
-    Bytes expected = FromHex("00 01");
-    expected.insert(expected.end(), 90, 0xFF);
-    expected.push_back(0x00);
-    expected.insert(expected.end(), data.begin(), data.end());
-    EXPECT_EQ(expected, Padded(SignaturePKCS1Padding, data, 128));
+    const Bytes data = Numbered(35), zero = FromHex("00");
+    EXPECT_EQ(FromHex("00 01") + Bytes(90, 0xFF) + zero + data,
+              Padded(SignaturePKCS1Padding, data, 128));
     EXPECT_EQ(FromHex("00 01 00 01 02"), Padded(SignaturePKCS1Padding, Numbered(2), 5));
-}
 
-TEST(SignaturePadding, CopiesAFullBlockAndRefusesWhatIsTooLong)
-{
-    for (const FPad pad : {SignaturePKCS1Padding, EncryptionPKCS1Padding}) {
-        EXPECT_EQ(Numbered(128), Padded(pad, Numbered(128), 128));
-        for (const std::size_t cb : {126U, 127U, 129U})
-            EXPECT_EQ(Bytes(), Padded(pad, Numbered(cb), 128)) << cb;
-        unsigned char block[16] = {};
-        EXPECT_EQ(0, pad(block, -1, block, sizeof block));
-        EXPECT_EQ(0, pad(nullptr, 1, block, sizeof block));
-        EXPECT_EQ(0, pad(block, 1, nullptr, sizeof block));
-    }
-}
-
-TEST(EncryptionPadding, TakesTheHostsRand)
-{
-    const Bytes data = Numbered(8);
     std::srand(7);
     const Bytes block = Padded(EncryptionPKCS1Padding, data, 2048);
-    Bytes expected = FromHex("00 02");
+    Bytes random(2048 - 35 - 3);
     std::srand(7);
-    std::generate_n(std::back_inserter(expected), 2048 - 8 - 3,
-                    [] { return static_cast<std::uint8_t>(std::rand() % 255); });
-    expected.push_back(0x00);
-    expected.insert(expected.end(), data.begin(), data.end());
-    EXPECT_EQ(expected, block);
-    EXPECT_EQ(0, std::count(block.begin() + 2, block.end(), 0xFF));
+    std::generate(random.begin(), random.end(),
+                  [] { return static_cast<std::uint8_t>(std::rand() % 255); });
+    EXPECT_EQ(FromHex("00 02") + random + zero + data, block);
+
+    for (const FPad pad : {SignaturePKCS1Padding, EncryptionPKCS1Padding}) {
+        EXPECT_EQ(Numbered(128), Padded(pad, Numbered(128), 128)) << "a full block is copied";
+        for (const std::size_t cb : {126U, 127U, 129U}) {
+            EXPECT_EQ(Bytes(), Padded(pad, Numbered(cb), 128)) << cb;
+        }
+        unsigned char room[16] = {};
+        EXPECT_EQ(0, pad(room, -1, room, sizeof room));
+        EXPECT_EQ(0, pad(nullptr, 1, room, sizeof room));
+        EXPECT_EQ(0, pad(room, 1, nullptr, sizeof room));
+    }
 }
 
 /// A block of 128 bytes of type 2, whose first zero is at nZero.
@@ -88,8 +74,9 @@ Bytes Block(std::size_t nZero)
     Bytes block(128, 0x55);
     block[0] = 0x00;
     block[1] = 0x02;
-    if (nZero < block.size())
+    if (nZero < block.size()) {
         block[nZero] = 0x00;
+    }
     return block;
 }
 
@@ -106,8 +93,9 @@ TEST(Pkcs1Unpad, TakesWhatFollowsTheFirstZeroIfThereIsRoomForIt)
                 {2, 128, 125}}; // no padding at all is accepted
     for (const auto& row : rows) {
         Bytes data(128, 0xEE), expected(128, 0xEE);
-        if (row.cbRoom >= row.cbData)
+        if (row.cbRoom >= row.cbData) {
             std::fill_n(expected.begin(), row.cbData, 0x55);
+        }
         int cb = row.cbRoom;
         EXPECT_TRUE(PKCS1UnPad(Block(row.nZero).data(), 128, data.data(), &cb));
         EXPECT_EQ(row.cbData, cb);
@@ -132,40 +120,33 @@ TEST(Pkcs1Unpad, RefusesOtherBlocks)
     EXPECT_EQ(128, cb);
 }
 
-TEST(LengthUnpadded, StopsAtTheFirstOtherByteFromTheEnd)
-{
-    const auto length = [](const char* szHex) {
-        const Bytes value = FromHex(szHex);
-        return GetLengthUnpadded(value.data(), value.size(), 0x00);
-    };
-    EXPECT_EQ(2U, length("41 42 00 00"));
-    EXPECT_EQ(3U, length("41 00 42"));
-    EXPECT_EQ(0U, length("00 00")) << "pad bytes only";
-    EXPECT_EQ(0U, length(""));
-    EXPECT_EQ(0U, GetLengthUnpadded(nullptr, 4, 0x00));
-}
-
-TEST(Asn1Integer, LosesItsLeadingZeros)
+TEST(Unpadding, OfTrailingBytesAndLeadingZeros)
 {
     const struct {
         const char* szIn;
-        const char* szOut;
-    } cases[] = {{"00 00 01 02", "01 02"}, {"80 00", "80 00"}, {"00", ""}, {"00 00 00", ""}};
-    for (const auto& row : cases) {
+        unsigned long cbWithoutTrailing;
+        const char* szWithoutLeading;
+    } rows[] = {{"41 42 00 00", 2, "41 42 00 00"},
+                {"41 00 42", 3, "41 00 42"},
+                {"00 00 01 02", 4, "01 02"},
+                {"80 00", 1, "80 00"},
+                {"00 00", 0, ""}};
+    for (const auto& row : rows) {
         const Bytes in = FromHex(row.szIn);
+        EXPECT_EQ(row.cbWithoutTrailing, GetLengthUnpadded(in.data(), in.size(), 0x00));
         unsigned long cb = in.size();
         const std::unique_ptr<unsigned char[]> out(NormalizeASN1Integer(in.data(), &cb));
         ASSERT_NE(nullptr, out);
-        EXPECT_EQ(FromHex(row.szOut), Bytes(out.get(), out.get() + cb));
+        EXPECT_EQ(FromHex(row.szWithoutLeading), Bytes(out.get(), out.get() + cb));
     }
-    unsigned long cb = 0;
+    EXPECT_EQ(0U, GetLengthUnpadded(nullptr, 4, 0x00));
     const unsigned char byte = 1;
-    EXPECT_EQ(nullptr, NormalizeASN1Integer(&byte, &cb));
-    cb = 1;
+    for (unsigned long cb : {0UL, 1UL << 31}) {
+        EXPECT_EQ(nullptr, NormalizeASN1Integer(&byte, &cb));
+    }
+    unsigned long cb = 1;
     EXPECT_EQ(nullptr, NormalizeASN1Integer(nullptr, &cb));
     EXPECT_EQ(nullptr, NormalizeASN1Integer(&byte, nullptr));
-    cb = 1UL << 31;
-    EXPECT_EQ(nullptr, NormalizeASN1Integer(&byte, &cb));
 }
 
 } // namespace

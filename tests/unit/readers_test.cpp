@@ -7,7 +7,6 @@
 #include "tests/support/scripted_pcsc.h"
 
 #include <cstring>
-#include <functional>
 
 namespace {
 using Lines = std::vector<std::string>;
@@ -123,28 +122,6 @@ TEST_F(Readers, RefusedConnectionLeavesNothing)
     EXPECT_EQ(nullptr, pConnection);
     EXPECT_EQ(-1, PCSC_Valid(nullptr));
     EXPECT_EQ(0, PCSC_Disconnect(nullptr));
-}
-
-TEST_F(Readers, SlotFunctionsShareTheirRefusals)
-{
-    long nMaxChars = 80;
-    ScardConnection* pConnection = nullptr;
-    const std::function<long(long)> functions[] = {
-        [&](long slot) { return PCSC_GetReaderName(slot, nullptr, &nMaxChars); },
-        [&](long slot) { return PCSC_GetATR(slot, nullptr, &nMaxChars); },
-        [&](long slot) { return PCSC_Connect(slot, &pConnection); }};
-    for (const auto& call : functions) {
-        const std::size_t cBefore = card.Log().size();
-        for (const long slot : {0L, -5L, -0x7FFFFFFFFFFFFFFFL - 1})
-            EXPECT_EQ(-2, call(slot));
-        EXPECT_EQ(cBefore, card.Log().size()); // PC/SC was not asked
-        for (const long slot : {4L, 0x7FFFFFFFL})
-            EXPECT_EQ(-2, call(slot));
-        card.FailCall("SCardEstablishContext", SCARD_E_NO_SERVICE);
-        EXPECT_EQ(-1, call(1));
-        card.FailCall("SCardListReaders", SCARD_E_NO_READERS_AVAILABLE);
-        EXPECT_EQ(-2, call(1));
-    }
 }
 
 TEST_F(Readers, CountAndListReportServiceAndEmptinessApart)

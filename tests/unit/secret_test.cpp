@@ -2,16 +2,17 @@
 //
 // Buffers that wipe themselves.
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <new>
 
-#include "cardlib/secret.h"
+#include "cardlib/crypto/descore.h"
+#include "cardlib/cscard.h"
+#include "cardlib/sessions/apdu.h"
+#include "cardlib/support/secret.h"
 #include "tests/support/scripted_pcsc.h"
 
 namespace {
-
-using scripted::Bytes;
-using scripted::FromHex;
 
 TEST(Secret, PadsAndRefusesWhatDoesNotFit)
 {
@@ -26,14 +27,65 @@ TEST(Secret, PadsAndRefusesWhatDoesNotFit)
     EXPECT_EQ(Bytes(8, 0xFF), Bytes(block.data(), block.data() + 8));
 }
 
+TEST(Secret, ACommandTakesWhatFitsAndRemembersWhatDidNot)
+{
+    const Bytes data(CCommandApdu::CAPACITY);
+    CCommandApdu command(0x00, 0xD6, 0x00, 0x00);
+    command.Data(data.data(), CCommandApdu::CAPACITY - CCommandApdu::HEADER);
+    EXPECT_TRUE(command.Fits());
+    command.Le(0x00);
+    EXPECT_FALSE(command.Fits());
+    EXPECT_EQ(CCommandApdu::CAPACITY, command.size());
+}
+
+/// Makes an object, has its secret filled, and looks at those bytes after its end.
+template <class T, class... TArgs>
+bool LeavesNothing(unsigned char* (*fill)(T&), std::size_t cb, TArgs... args)
+{
+    alignas(T) static unsigned char memory[sizeof(T)];
+    T* const pObject = new (memory) T(args...);
+    const unsigned char* const pb = fill(*pObject);
+    const bool bFilled = Bytes(cb) != Bytes(pb, pb + cb);
+    pObject->~T();
+    asm volatile("" : : "r"(memory) : "memory"); // the compiler may not guess what is there
+    return bFilled && Bytes(cb) == Bytes(pb, pb + cb);
+}
+
+template <class T> unsigned char* Mark(T& object)
+{
+    std::memset(object.data(), 0x42, 8);
+    return object.data();
+}
+
+template <class T> unsigned char* Keys(T& schedule)
+{
+    return reinterpret_cast<unsigned char*>(schedule.m_aKeys);
+}
+
 TEST(Secret, LeavesNothingBehind)
 {
-    alignas(CPinBlock) unsigned char memory[sizeof(CPinBlock)];
-    auto* const pBlock = new (memory) CPinBlock;
-    ASSERT_TRUE(pBlock->Assign(FromHex("31323334").data(), 4, 0xFF));
-    pBlock->~CPinBlock();
-    asm volatile("" : : "r"(memory) : "memory"); // the compiler may not guess what is there
-    EXPECT_EQ(Bytes(sizeof memory), Bytes(memory, memory + sizeof memory));
+    const unsigned char* const key =
+        reinterpret_cast<const unsigned char*>("0123456789abcdefABCDEFGH");
+    char szReader[] = "reader";
+    EXPECT_TRUE(LeavesNothing<CPinBlock>(Mark, 8));
+    EXPECT_TRUE(LeavesNothing<CResponseApdu>(Mark, CResponseApdu::MAX));
+    EXPECT_TRUE(
+        LeavesNothing<CCommandApdu>(Mark, CCommandApdu::CAPACITY, cla::ISO, ins::VERIFY, WORD{0}));
+    EXPECT_TRUE(LeavesNothing<descore::SDesSchedule>(Keys, sizeof(descore::SDesSchedule), key, 0));
+    EXPECT_TRUE(
+        LeavesNothing<descore::STdesSchedule>(Keys, sizeof(descore::STdesSchedule), key, 1));
+    EXPECT_TRUE(LeavesNothing<_CachedChunk>(
+        [](_CachedChunk& chunk) {
+            chunk.pData[_CachedChunk::CAPACITY - 1] = 0x42;
+            return +chunk.pData;
+        },
+        _CachedChunk::CAPACITY));
+    EXPECT_TRUE(LeavesNothing<CSCard>(
+        [](CSCard& session) {
+            session.m_pbLastSendBuffer[255] = 0x42;
+            return +session.m_pbLastSendBuffer;
+        },
+        256, SCARDCONTEXT{0}, szReader));
 }
 
 } // namespace

@@ -1,49 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Exact bytes of the four envelopes, composed here from libcrypto's calls, and what becomes of
-// answers that are right, wrong and odd.
-
-#include <gtest/gtest.h>
+// Exact bytes of the four envelopes beside those of libcrypto, and what becomes of answers that are
+// right, wrong and odd.
 
 #include "cardlib/sm_sig_enc.h"
-#include "tests/support/libcrypto_des.h"
+#include "tests/support/envelopes.h"
+
+#include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
-using libcrypto::Random;
+using libcrypto::IsoPadded;
 using libcrypto::RetailMac;
-using scripted::ToHex;
 
-const Bytes kSig = FromHex("0123456789ABCDEF 23456789ABCDEF01 0123456789ABCDEF");
-const Bytes kEnc = FromHex("89ABCDEF01234567 AB0123456789CDEF CDEF0123456789AB");
-const Bytes kRandom = FromHex("A0 A1 A2 A3 A4 A5 A6 A7");
-
-Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-Bytes ZeroPadded(Bytes bytes)
-{
-    bytes.resize((bytes.size() + 7) / 8 * 8);
-    return bytes;
-}
-
-Bytes WithLength(const Bytes& value)
-{
-    return Bytes{static_cast<std::uint8_t>(value.size())} + value;
-}
-
-Bytes Object(std::uint8_t bTag, const Bytes& value)
-{
-    return Bytes{bTag} + WithLength(value);
-}
-
-Bytes Cipher(const Bytes& key, const Bytes& data)
-{
-    return libcrypto::TdesCbc(key, libcrypto::IsoPadded(data), DES_ENCRYPT);
-}
+const SEnvelope ENVELOPE = {.sig = FromHex("0123456789ABCDEF 23456789ABCDEF01 0123456789ABCDEF"),
+                            .enc = FromHex("89ABCDEF01234567 AB0123456789CDEF CDEF0123456789AB"),
+                            .challenge = FromHex("A0 A1 A2 A3 A4 A5 A6 A7"),
+                            .hostRandom = FromHex("B0 B1 B2 B3 B4 B5 B6 B7"),
+                            .header = FromHex("0C B0 12 34")};
+const Bytes& SIG = ENVELOPE.sig;
+const Bytes& ENC = ENVELOPE.enc;
+constexpr unsigned long TOO_LONG[] = {300, ~0UL};
 
 Bytes Take(unsigned char* pb, unsigned long cb)
 {
@@ -58,7 +36,7 @@ Bytes Signed(const Bytes& data)
     unsigned long cb = data.size();
     Bytes mac(8);
     unsigned char* const pb =
-        SMx4_SIG(kSig.data(), 0x84, 0x20, 0x01, 0x02, data.data(), &cb, mac.data());
+        SMx4_SIG(SIG.data(), 0x84, 0x20, 0x01, 0x02, data.data(), &cb, mac.data());
     Bytes command = Take(pb, cb);
     EXPECT_TRUE(command.empty() || std::equal(mac.begin(), mac.end(), command.end() - 8));
     return command;
@@ -67,157 +45,130 @@ Bytes Signed(const Bytes& data)
 Bytes SignedAndEnciphered(const Bytes& data)
 {
     unsigned long cb = data.size();
-    unsigned char* const pb = SMx4_SIG_ENC(kSig.data(), 0x84, 0x20, 0x01, 0x02, data.data(), &cb);
+    unsigned char* const pb = SMx4_SIG_ENC(SIG.data(), 0x84, 0x20, 0x01, 0x02, data.data(), &cb);
     return Take(pb, cb);
-}
-
-/// The data and the MAC over all of the command but its class.
-Bytes DataAndMac(const Bytes& data)
-{
-    const auto bLc = static_cast<std::uint8_t>(data.size() + 8);
-    return data + RetailMac(kSig, FromHex("20 01 02") + Bytes{bLc} + data);
 }
 
 TEST(Smx4, SignsAndEnciphersDataOfEveryLengthThatFits)
 {
-    const Bytes header = FromHex("84 20 01 02");
-    EXPECT_EQ(0x0B, Signed(Random(3)).at(4));
+    const Bytes header = FromHex("84 20 01");
     for (std::size_t cb = 0; cb <= 247; ++cb) {
-        const Bytes data = Random(cb);
-        EXPECT_EQ(header + WithLength(DataAndMac(data)), Signed(data));
-        if (cb <= 239) {
-            EXPECT_EQ(header + WithLength(Cipher(kSig, DataAndMac(data))),
-                      SignedAndEnciphered(data));
-        }
+        const Bytes data = Random(cb); // the MAC is over all of the command but its class
+        const Bytes macInput =
+            FromHex("20 01 02") + Bytes{static_cast<std::uint8_t>(cb + 8)} + data;
+        const Bytes body = data + RetailMac(SIG, macInput);
+        EXPECT_EQ(header + Object(0x02, body), Signed(data));
+        EXPECT_EQ(cb > 239 ? Bytes()
+                           : header + Object(0x02, libcrypto::Encipher(SIG, IsoPadded(body))),
+                  SignedAndEnciphered(data));
     }
 }
 
 TEST(Smx4, RefusesWhatDoesNotFitAndKeepsTheLength)
 {
     const Bytes data(300);
-    for (unsigned long cb : {248UL, 300UL, ~0UL}) {
+    Bytes mac(8);
+    for (unsigned long cb : TOO_LONG) {
         unsigned long cbInOut = cb;
-        Bytes mac(8);
-        EXPECT_EQ(nullptr, SMx4_SIG(kSig.data(), 0, 0x20, 0, 0, data.data(), &cbInOut, mac.data()));
-        EXPECT_EQ(nullptr, SMx4_SIG_ENC(kSig.data(), 0, 0x20, 0, 0, data.data(), &cbInOut));
+        EXPECT_EQ(nullptr, SMx4_SIG(SIG.data(), 0, 0x20, 0, 0, data.data(), &cbInOut, mac.data()));
+        EXPECT_EQ(nullptr, SMx4_SIG_ENC(SIG.data(), 0, 0x20, 0, 0, data.data(), &cbInOut));
         EXPECT_EQ(cb, cbInOut);
     }
-    EXPECT_EQ(Bytes(), SignedAndEnciphered(Random(240)));
-
     unsigned long cb = 3;
-    Bytes mac(8);
-    EXPECT_EQ(nullptr, SMx4_SIG(kSig.data(), 0, 0x20, 0, 0, data.data(), &cb, nullptr));
-    EXPECT_EQ(nullptr, SMx4_SIG(kSig.data(), 0, 0x20, 0, 0, data.data(), nullptr, mac.data()));
+    EXPECT_EQ(nullptr, SMx4_SIG(SIG.data(), 0, 0x20, 0, 0, data.data(), &cb, nullptr));
+    EXPECT_EQ(nullptr, SMx4_SIG(SIG.data(), 0, 0x20, 0, 0, data.data(), nullptr, mac.data()));
     EXPECT_EQ(nullptr, SMx4_SIG(nullptr, 0, 0x20, 0, 0, data.data(), &cb, mac.data()));
-    EXPECT_EQ(nullptr, SMx4_SIG_ENC(kSig.data(), 0, 0x20, 0, 0, data.data(), nullptr));
+    EXPECT_EQ(nullptr, SMx4_SIG_ENC(SIG.data(), 0, 0x20, 0, 0, data.data(), nullptr));
 }
 
 // SMxC, the command
 
-Bytes Wrapped(const unsigned char* pRandom, std::uint8_t cla, const Bytes& data)
+Bytes Wrapped(const Bytes& challenge, std::uint8_t cla, const Bytes& data)
 {
     unsigned long cb = 99;
-    unsigned char* const pb = SMxC_ENC_SIG(kSig.data(), kEnc.data(), pRandom, cla, 0x20, 0x00, 0x81,
-                                           data.data(), data.size(), 0x42, &cb);
+    unsigned char* const pb =
+        SMxC_ENC_SIG(SIG.data(), ENC.data(), challenge.empty() ? nullptr : challenge.data(), cla,
+                     0x20, 0x00, 0x81, data.data(), data.size(), 0x42, &cb);
     EXPECT_EQ(pb == nullptr, cb == 0);
     return Take(pb, cb);
 }
 
-/// The protected command that a card expects.
-Bytes Protected(const Bytes& macHeader, const Bytes& data)
-{
-    const Bytes cryptogram = Object(0x87, Bytes{0x01} + Cipher(kEnc, data));
-    const Bytes mac = RetailMac(kSig, ZeroPadded(macHeader) + ZeroPadded(cryptogram));
-    return FromHex("0C 20 00 81") + WithLength(cryptogram + Object(0x8E, mac)) + Bytes{0x00};
-}
-
 TEST(SmxcCommand, ProtectsDataOfEveryLengthThatFits)
 {
+    SEnvelope withoutChallenge = ENVELOPE;
+    withoutChallenge.challenge.clear();
     for (std::size_t cb = 0; cb <= 239; ++cb) {
         const Bytes data = Random(cb);
-        EXPECT_EQ(Protected(kRandom + FromHex("0C 20 00 81"), data),
-                  Wrapped(kRandom.data(), 0x00, data));
-        EXPECT_EQ(Protected(FromHex("0C 20 00 81"), data), Wrapped(nullptr, 0x00, data));
+        for (const SEnvelope& envelope : {ENVELOPE, withoutChallenge}) {
+            for (const std::uint8_t cla :
+                 FromHex("00 83")) { // the caller's class is in the MAC alone
+                const Bytes plain = Bytes{cla, 0x20, 0x00} + Object(0x81, data);
+                EXPECT_EQ(envelope.ProtectCommand(plain), Wrapped(envelope.challenge, cla, data));
+            }
+        }
     }
-    EXPECT_EQ(Bytes(), Wrapped(kRandom.data(), 0x00, Random(240)));
-    EXPECT_EQ(Protected(kRandom + FromHex("8C 20 00 81"), FromHex("11")),
-              Wrapped(kRandom.data(), 0x83, FromHex("11"))); // the caller's class in the MAC alone
+    EXPECT_EQ(Bytes(), Wrapped(ENVELOPE.challenge, 0x00, Random(240)));
 }
 
 TEST(SmxcCommand, NeedsKeysAndALength)
 {
     unsigned long cb = 99;
-    EXPECT_EQ(nullptr, SMxC_ENC_SIG(nullptr, kEnc.data(), nullptr, 0, 0, 0, 0, nullptr, 0, 0, &cb));
-    EXPECT_EQ(nullptr, SMxC_ENC_SIG(kSig.data(), nullptr, nullptr, 0, 0, 0, 0, nullptr, 0, 0, &cb));
+    EXPECT_EQ(nullptr, SMxC_ENC_SIG(nullptr, ENC.data(), nullptr, 0, 0, 0, 0, nullptr, 0, 0, &cb));
+    EXPECT_EQ(nullptr, SMxC_ENC_SIG(SIG.data(), nullptr, nullptr, 0, 0, 0, 0, nullptr, 0, 0, &cb));
     EXPECT_EQ(nullptr,
-              SMxC_ENC_SIG(kSig.data(), kEnc.data(), nullptr, 0, 0, 0, 0, nullptr, ~0UL, 0, &cb));
+              SMxC_ENC_SIG(SIG.data(), ENC.data(), nullptr, 0, 0, 0, 0, nullptr, ~0UL, 0, &cb));
     EXPECT_EQ(0U, cb);
     EXPECT_EQ(nullptr,
-              SMxC_ENC_SIG(kSig.data(), kEnc.data(), nullptr, 0, 0, 0, 0, nullptr, 0, 0, nullptr));
+              SMxC_ENC_SIG(SIG.data(), ENC.data(), nullptr, 0, 0, 0, 0, nullptr, 0, 0, nullptr));
 }
 
 // SMxC, the response
 
-struct SOpened {
-    bool m_bData; ///< whether there is a buffer at all
-    Bytes m_data;
-    unsigned long m_cb;
-    bool m_bVerified;
-    bool m_bDecoded;
+/// What SMxC_VRF_DEC made of a response, as text: the data, or what is said in their place.
+constexpr char NOT_PROTECTED[] = "null, length 0, verified 0, decoded 0";
+constexpr char NOT_VERIFIED[] = "null, length 0, verified 0, decoded 1";
+constexpr char EMPTY_OBJECT[] = "null, length 0, verified 1, decoded 1";
+constexpr char BAD_PADDING[] = "null, length 4294967295, verified 1, decoded 1";
 
-    bool operator==(const SOpened&) const = default;
-    friend void PrintTo(const SOpened& opened, std::ostream* pOut)
-    {
-        *pOut << (opened.m_bData ? ToHex(opened.m_data.data(), opened.m_data.size()) : "null")
-              << ", length " << opened.m_cb << ", verified " << opened.m_bVerified << ", decoded "
-              << opened.m_bDecoded;
-    }
-};
-
-const SOpened kNotProtected{false, {}, 0, false, false};
-const SOpened kNotVerified{false, {}, 0, false, true};
-const SOpened kEmptyObject{false, {}, 0, true, true};
-const SOpened kBadPadding{false, {}, 0xFFFFFFFF, true, true};
-
-SOpened Plain(const Bytes& data)
+std::string Plain(const Bytes& data)
 {
-    return {true, data, data.size(), true, true};
+    return ToHex(data) + ", length " + std::to_string(data.size()) + ", verified 1, decoded 1";
 }
 
-SOpened Open(const Bytes& response, const unsigned char* pRandom = kRandom.data())
+std::string Open(const Bytes& response, const Bytes& random = ENVELOPE.hostRandom)
 {
     unsigned long cb = 99;
     BOOL bVerified = 9, bDecoded = 9;
     unsigned char* const pb =
-        SMxC_VRF_DEC(kSig.data(), kEnc.data(), pRandom, 0x03, 0xB0, 0x12, 0x34, response.data(),
-                     response.size(), cb, bVerified, bDecoded);
-    return {pb != nullptr, Take(pb, cb), cb, bVerified != 0, bDecoded != 0};
-}
-
-Bytes Checksum(const Bytes& covered, const Bytes& random = kRandom)
-{
-    // On purpose the header is not padded before the object.
-    const Bytes header = random + FromHex("0C B0 12 34");
-    return Object(0x8E, RetailMac(kSig, header + ZeroPadded(covered)));
+        SMxC_VRF_DEC(SIG.data(), ENC.data(), random.empty() ? nullptr : random.data(), 0x03, 0xB0,
+                     0x12, 0x34, response.data(), response.size(), cb, bVerified, bDecoded);
+    return (pb == nullptr ? "null" : ToHex(Take(pb, cb))) + ", length " + std::to_string(cb) +
+           ", verified " + std::to_string(bVerified) + ", decoded " + std::to_string(bDecoded);
 }
 
 Bytes Cryptogram(std::uint8_t bTag, const Bytes& data)
 {
-    return Object(bTag, Bytes{0x01} + Cipher(kEnc, data));
+    return ENVELOPE.Cryptogram(bTag, IsoPadded(data));
 }
 
-const Bytes kOk = FromHex("90 00");
+Bytes Checksum(const Bytes& covered)
+{
+    return ENVELOPE.AnswerChecksum(covered);
+}
+
+const Bytes OK = FromHex("90 00");
 
 TEST(SmxcResponse, OpensWhatTheCardProtected)
 {
+    SEnvelope withoutRandom = ENVELOPE; // eight zeros stand for it
+    withoutRandom.hostRandom = Bytes(8);
     for (std::size_t cb = 0; cb <= 239; ++cb) {
         const Bytes data = Random(cb);
-        const Bytes enciphered = Cryptogram(0x87, data), plain = Object(0x81, data);
-        const Bytes status = FromHex("99 02 90 00");
-        EXPECT_EQ(Plain(data), Open(enciphered + Checksum(enciphered) + kOk));
-        EXPECT_EQ(Plain(data), Open(plain + status + Checksum(plain) + kOk));
+        const Bytes plain = Object(0x81, data), status = FromHex("99 02 90 00");
+        EXPECT_EQ(Plain(data), Open(ENVELOPE.ProtectAnswer(IsoPadded(data))));
+        EXPECT_EQ(Plain(data), Open(plain + status + Checksum(plain) + OK));
         EXPECT_EQ(Plain(data), Open(plain)); // without a checksum it counts as verified
-        EXPECT_EQ(Plain(data), Open(plain + Checksum(plain, Bytes(8)) + kOk, nullptr));
+        EXPECT_EQ(Plain(data), Open(plain + withoutRandom.AnswerChecksum(plain) + OK, {}));
     }
 }
 
@@ -225,22 +176,22 @@ TEST(SmxcResponse, EvenTagsAreNotCoveredByTheChecksum)
 {
     const Bytes data = FromHex("AA BB CC");
     const Bytes enciphered = Cryptogram(0x86, data), plain = Object(0x80, data);
-    EXPECT_EQ(Plain(data), Open(enciphered + Checksum({}) + kOk));
-    EXPECT_EQ(Plain(data), Open(plain + Checksum({}) + kOk));
-    EXPECT_EQ(kNotVerified, Open(plain + Checksum(plain) + kOk));
+    EXPECT_EQ(Plain(data), Open(enciphered + Checksum({}) + OK));
+    EXPECT_EQ(Plain(data), Open(plain + Checksum({}) + OK));
+    EXPECT_EQ(NOT_VERIFIED, Open(plain + Checksum(plain) + OK));
     // A plain object beside a cryptogram that is not covered is covered itself.
     const Bytes beside = Object(0x81, FromHex("11"));
-    EXPECT_EQ(Plain(data), Open(enciphered + beside + Checksum(beside) + kOk));
+    EXPECT_EQ(Plain(data), Open(enciphered + beside + Checksum(beside) + OK));
 }
 
 TEST(SmxcResponse, TakesTheFirstKindOfDataThatIsThere)
 {
     const Bytes o80 = Object(0x80, FromHex("80")), o81 = Object(0x81, FromHex("81"));
     const Bytes o86 = Cryptogram(0x86, FromHex("86")), o87 = Cryptogram(0x87, FromHex("87"));
-    EXPECT_EQ(Plain(FromHex("87")), Open(o80 + o81 + o86 + o87 + Cryptogram(0x87, {}) + kOk));
-    EXPECT_EQ(Plain(FromHex("86")), Open(o80 + o81 + o86 + kOk));
-    EXPECT_EQ(Plain(FromHex("81")), Open(o80 + o81 + kOk));
-    EXPECT_EQ(Plain(FromHex("80")), Open(o80 + kOk));
+    EXPECT_EQ(Plain(FromHex("87")), Open(o80 + o81 + o86 + o87 + Cryptogram(0x87, {}) + OK));
+    EXPECT_EQ(Plain(FromHex("86")), Open(o80 + o81 + o86 + OK));
+    EXPECT_EQ(Plain(FromHex("81")), Open(o80 + o81 + OK));
+    EXPECT_EQ(Plain(FromHex("80")), Open(o80 + OK));
 }
 
 TEST(SmxcResponse, WithAnotherChecksumIsNotVerified)
@@ -250,17 +201,17 @@ TEST(SmxcResponse, WithAnotherChecksumIsNotVerified)
     for (std::size_t n = 2; n < good.size(); ++n) {
         Bytes wrong = good;
         wrong[n] ^= 0x01;
-        EXPECT_EQ(kNotVerified, Open(data + wrong + kOk)) << n;
+        EXPECT_EQ(NOT_VERIFIED, Open(data + wrong + OK)) << n;
     }
-    EXPECT_EQ(kNotVerified, Open(data + Checksum(data, Bytes(8)) + kOk)) << "other randoms";
+    EXPECT_EQ(NOT_VERIFIED, Open(data + good + OK, Bytes(8))) << "other randoms";
     // Fewer than eight bytes never match, even if the next object goes on with the right ones.
     for (std::size_t cb = 0; cb < 8; ++cb) {
         const Bytes part(good.begin() + 2, good.begin() + 2 + static_cast<long>(cb));
         const Bytes next = Object(good[2 + cb], {});
-        EXPECT_EQ(kNotVerified, Open(data + Object(0x8E, part) + next + kOk)) << cb;
+        EXPECT_EQ(NOT_VERIFIED, Open(data + Object(0x8E, part) + next + OK)) << cb;
     }
     const Bytes longer = Object(0x8E, Bytes(good.begin() + 2, good.end()) + FromHex("55"));
-    EXPECT_EQ(Plain(FromHex("AA BB")), Open(data + longer + kOk)) << "its first eight bytes count";
+    EXPECT_EQ(Plain(FromHex("AA BB")), Open(data + longer + OK)) << "its first eight bytes count";
 }
 
 TEST(SmxcResponse, NotProtectedIsToldFromNotVerified)
@@ -270,37 +221,32 @@ TEST(SmxcResponse, NotProtectedIsToldFromNotVerified)
              FromHex("99 02 90 00"), FromHex("6F 01 55 90 00"), FromHex("90"), Bytes(),
              data + Checksum(data) + FromHex("69 82"), // walked as an object that is cut off
              data + FromHex("8E"),                     // a tag as the last byte
-         })
-        EXPECT_EQ(kNotProtected, Open(response)) << ToHex(response.data(), response.size());
-    unsigned long cb = 99;
-    BOOL bVerified = 9, bDecoded = 9;
-    EXPECT_EQ(nullptr, SMxC_VRF_DEC(kSig.data(), kEnc.data(), nullptr, 0, 0, 0, 0, nullptr, 4, cb,
-                                    bVerified, bDecoded));
-    EXPECT_EQ(0, bDecoded);
+         }) {
+        EXPECT_EQ(NOT_PROTECTED, Open(response)) << ToHex(response);
+    }
 }
 
 TEST(SmxcResponse, CryptogramsWithoutDataOrPaddingGiveNull)
 {
-    const auto open = [](std::uint8_t bTag, const Bytes& value) {
-        return Open(Object(bTag, value) + kOk);
-    };
-    const Bytes unpadded = libcrypto::TdesCbc(kEnc, Bytes(8, 0x11), DES_ENCRYPT);
     for (const std::uint8_t bTag : FromHex("87 86")) {
-        EXPECT_EQ(kEmptyObject, open(bTag, {}));
-        EXPECT_EQ(kBadPadding, open(bTag, FromHex("01")));
-        EXPECT_EQ(kBadPadding, open(bTag, FromHex("01 11 22 33 44 55 66 77")));
-        EXPECT_EQ(kBadPadding, open(bTag, Bytes{0x01} + unpadded));
+        EXPECT_EQ(EMPTY_OBJECT, Open(Object(bTag, {}) + OK));
+        EXPECT_EQ(BAD_PADDING, Open(Object(bTag, FromHex("01")) + OK));
+        EXPECT_EQ(BAD_PADDING, Open(Object(bTag, FromHex("01 11 22 33 44 55 66 77")) + OK));
+        EXPECT_EQ(BAD_PADDING, Open(ENVELOPE.Cryptogram(bTag, Bytes(8, 0x11)) + OK));
     }
 }
 
-TEST(SmxcResponse, IsNeverVerifiedWithoutAKey)
+TEST(SmxcResponse, IsNeverVerifiedWithoutAKeyNorDecodedWithoutBytes)
 {
     const Bytes response = Object(0x81, FromHex("AA")) + Object(0x8E, Bytes(8));
     unsigned long cb = 99;
     BOOL bVerified = 9, bDecoded = 9;
-    EXPECT_EQ(nullptr, SMxC_VRF_DEC(nullptr, kEnc.data(), nullptr, 0, 0, 0, 0, response.data(),
+    EXPECT_EQ(nullptr, SMxC_VRF_DEC(nullptr, ENC.data(), nullptr, 0, 0, 0, 0, response.data(),
                                     response.size(), cb, bVerified, bDecoded));
     EXPECT_EQ(0, bVerified);
+    EXPECT_EQ(nullptr, SMxC_VRF_DEC(SIG.data(), ENC.data(), nullptr, 0, 0, 0, 0, nullptr, 4, cb,
+                                    bVerified, bDecoded));
+    EXPECT_EQ(0, bDecoded);
 }
 
 } // namespace

@@ -2,56 +2,38 @@
 //
 // Paddings, Triple-DES over padded data and the retail MAC.
 
-#include <gtest/gtest.h>
-
 #include "cardlib/sm_sig_enc.h"
-#include "tests/support/libcrypto_des.h"
+#include "tests/support/envelopes.h"
+
+#include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
-using libcrypto::Random;
-
 constexpr unsigned long NO_PADDING = 0xFFFFFFFF;
 
-/// Takes over a buffer that a helper returned.
-Bytes Take(unsigned char* pb, unsigned long cb)
+TEST(Paddings, FillWholeBlocksTakeNullForZerosAndRefuseALengthThatWrapsAround)
 {
-    EXPECT_NE(nullptr, pb);
-    const std::unique_ptr<unsigned char[]> owner(pb);
-    return pb == nullptr ? Bytes() : Bytes(pb, pb + cb);
-}
-
-Bytes Padded(unsigned char* (*pad)(const unsigned char*, unsigned long*), const Bytes& data)
-{
-    unsigned long cb = data.size();
-    unsigned char* const pb = pad(data.data(), &cb);
-    return Take(pb, cb);
-}
-
-TEST(Paddings, FillWholeBlocks)
-{
-    const Bytes eight = FromHex("01 02 03 04 05 06 07 08");
-    const Bytes nine = FromHex("01 02 03 04 05 06 07 08 09");
-    EXPECT_EQ(FromHex("80 00 00 00 00 00 00 00"), Padded(IsoPad, {}));
-    EXPECT_EQ(FromHex("01 02 03 04 05 06 07 80"), Padded(IsoPad, FromHex("01020304050607")));
-    EXPECT_EQ(FromHex("01 02 03 04 05 06 07 08 80 00 00 00 00 00 00 00"), Padded(IsoPad, eight));
-    EXPECT_EQ(Bytes(), Padded(AnsiPad, {}));
-    EXPECT_EQ(eight, Padded(AnsiPad, eight));
-    EXPECT_EQ(FromHex("01 02 03 04 05 06 07 08 09 00 00 00 00 00 00 00"), Padded(AnsiPad, nine));
-}
-
-TEST(Paddings, TakeNullDataForZerosAndNoLengthThatWrapsAround)
-{
-    const char* const expected[] = {"00 00 80 00 00 00 00 00", "00 00 00 00 00 00 00 00"};
-    for (const auto pad : {IsoPad, AnsiPad}) {
-        unsigned long cb = 2;
-        unsigned char* const pb = pad(nullptr, &cb);
-        EXPECT_EQ(FromHex(expected[pad == AnsiPad]), Take(pb, cb));
-        cb = ~0UL;
+    const struct {
+        unsigned char* (*pad)(const unsigned char*, unsigned long*);
+        Bytes (*model)(Bytes);
+    } rows[] = {{IsoPad, libcrypto::IsoPadded}, {AnsiPad, libcrypto::ZeroPadded}};
+    for (const auto& row : rows) {
+        for (std::size_t cbData = 0; cbData <= 17; ++cbData) {
+            for (const Bytes& data : {Bytes(cbData, 0x11), Bytes(cbData)}) {
+                unsigned long cb = cbData;
+                const bool bZeros = data == Bytes(cbData);
+                const std::unique_ptr<unsigned char[]> padded(
+                    row.pad(bZeros ? nullptr : data.data(), &cb));
+                ASSERT_NE(nullptr, padded);
+                EXPECT_EQ(row.model(data), Bytes(padded.get(), padded.get() + cb));
+            }
+        }
         const unsigned char byte = 0;
-        EXPECT_EQ(nullptr, pad(&byte, &cb));
+        unsigned long cb = ~0UL;
+        EXPECT_EQ(nullptr, row.pad(&byte, &cb));
         EXPECT_EQ(~0UL, cb);
-        EXPECT_EQ(nullptr, pad(&byte, nullptr));
+        EXPECT_EQ(nullptr, row.pad(&byte, nullptr));
     }
 }
 
@@ -81,7 +63,7 @@ TEST(Unpadding, FindsTheLast80AndForgivesWhatFollows)
 TEST(PaddedCipher, BadPaddingGivesNullAndTheErrorLength)
 {
     const Bytes key = Random(24);
-    const Bytes unpadded = libcrypto::TdesCbc(key, Bytes(16, 0x11), DES_ENCRYPT);
+    const Bytes unpadded = libcrypto::Encipher(key, Bytes(16, 0x11));
     for (const std::size_t cbCipher : {16U, 15U, 7U, 0U}) {
         unsigned long cb = cbCipher;
         EXPECT_EQ(nullptr, UNDES3_IsoPadded(key.data(), unpadded.data(), &cb));

@@ -9,9 +9,6 @@
 
 #include <thread>
 
-using scripted::Bytes;
-using scripted::FromHex;
-
 namespace {
 
 TEST(Crc16, FollowsItsParameters)

@@ -20,8 +20,9 @@ template <class Member> std::size_t Slot(Member member)
 
 template <class... Members> void ExpectInOrder(std::size_t slot, Members... members)
 {
-    for (const std::size_t found : {Slot(members)...})
+    for (const std::size_t found : {Slot(members)...}) {
         EXPECT_EQ(slot++, found);
+    }
 }
 
 using Zt = CSCardZentaris34;

@@ -33,8 +33,8 @@ TEST_F(Zentaris34, OwnCommandsHaveExactlyTheseBytes)
 {
     CK_BYTE f4[] = {0x01, 0x00, 0x01};
     CK_BYTE three[] = {0x03};
-    const scripted::Bytes data(16, 0xD1);
-    const std::string sixteen = scripted::ToHex(data.data(), 16);
+    const Bytes data(16, 0xD1);
+    const std::string sixteen = ToHex(data.data(), 16);
     const struct {
         std::string command;
         std::function<long()> call;
@@ -54,8 +54,9 @@ TEST_F(Zentaris34, OwnCommandsHaveExactlyTheseBytes)
         for (const int nSw : {0x9000, 0x6982}) {
             Card().m_bCurrentDFPhisicallySelected = 0;
             card.Step("the DF", "00 A4 08 0C 02 3F 00", 0x9000);
-            if (row.command.starts_with("00 46"))
+            if (row.command.starts_with("00 46")) {
                 card.Step("public key file", "00 A4 09 0C 02 50 15 FF", 0x9000);
+            }
             card.Step("itself", row.command.c_str(), nSw);
             EXPECT_EQ(nSw == 0x9000 ? 0 : nSw, row.call());
         }
@@ -66,12 +67,12 @@ TEST_F(Zentaris34, OwnCommandsHaveExactlyTheseBytes)
 
 TEST_F(Zentaris34, KeyDataWithoutAnOldValueTakesTheCardsOwnCommand)
 {
-    scripted::Bytes value(0x82, 0xE1);
+    Bytes value(0x82, 0xE1);
     value[0] = 0x04;
     value[1] = 0x80;
     const CK_BYTE old[] = {0x31};
-    const std::string bare = scripted::ToHex(value.data() + 2, 0x80);
-    const std::string whole = scripted::ToHex(value.data(), 0x82);
+    const std::string bare = ToHex(value.data() + 2, 0x80);
+    const std::string whole = ToHex(value.data(), 0x82);
     const struct {
         CK_BYTE bClass;
         CK_BYTE cbNew;
@@ -91,10 +92,6 @@ TEST_F(Zentaris34, KeyDataWithoutAnOldValueTakesTheCardsOwnCommand)
         EXPECT_EQ(0x63C1, Card().ChangeReferenceData(5, row.bClass, value.data(), row.cbNew,
                                                      row.bOld ? old : nullptr, 1));
     }
-    EXPECT_EQ(-1, Card().ChangeKeyData(0, 0x20, value.data(), 8));
-    EXPECT_EQ(-1, Card().ChangeKeyData(5, 0x20, nullptr, 8));
-    EXPECT_EQ(-1, Card().ChangeKeyData(5, 0x20, value.data(), 0));
-    EXPECT_EQ(eM4Error_invalid_args, Card().ChangeKeyData(5, 0x20, value.data(), 252));
 }
 
 TEST_F(Zentaris34, RecordIsFoundByItsFirstByte)
@@ -105,13 +102,14 @@ TEST_F(Zentaris34, RecordIsFoundByItsFirstByte)
     card.Step("second", "00 B2 02 04 01", "5A 90 00");
     card.Step("whole", "00 B2 02 04 08", "5A 01 A1 90 00");
     EXPECT_EQ(0, Card().ReadRecordTLV(0x5A, ab, &cb));
-    EXPECT_EQ("5A 01 A1", scripted::ToHex(ab, cb));
+    EXPECT_EQ("5A 01 A1", ToHex(ab, cb));
 
     card.Step("first", "00 B2 01 04 01", "51 90 00");
     card.Step("end", "00 B2 02 04 01", 0x6A83);
     EXPECT_EQ(0x6A83, Card().ReadRecordTLV(0x5A, ab, &cb));
-    for (int i = 1; i <= 255; ++i)
+    for (int i = 1; i <= 255; ++i) {
         card.Wildcard("a file without end", "51 90 00");
+    }
     EXPECT_EQ(0x6A83, Card().ReadRecordTLV(0x5A, ab, &cb));
 }
 
@@ -148,8 +146,8 @@ _M4_BSO_info Object(CK_BYTE bClass)
     return info;
 }
 
-const std::string kConditions = " 86 0A 00 1A 00 00 00 00 00 00 FF FF ";
-const std::string kSm = " 8B 10 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ";
+const std::string CONDITIONS = " 86 0A 00 1A 00 00 00 00 00 00 FF FF ";
+const std::string SM = " 8B 10 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ";
 
 TEST_F(Zentaris34, ObjectIsAdjustedCreatedAndThenFilled)
 {
@@ -166,10 +164,10 @@ TEST_F(Zentaris34, ObjectIsAdjustedCreatedAndThenFilled)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.szLoad);
         _M4_BSO_info info = Object(row.bClass);
-        const std::string body = "83 02" + scripted::ToHex(&row.bClass, 1) + "05" + row.parameters +
-                                 kConditions + kSm + "8F 02 D1 D2" + row.end;
-        const auto cb = static_cast<std::uint8_t>(scripted::FromHex(body).size());
-        const std::string create = "00 DA 01 6E" + scripted::ToHex(&cb, 1) + body;
+        const std::string body = "83 02" + ToHex(&row.bClass, 1) + "05" + row.parameters +
+                                 CONDITIONS + SM + "8F 02 D1 D2" + row.end;
+        const auto cb = static_cast<std::uint8_t>(FromHex(body).size());
+        const std::string create = "00 DA 01 6E" + ToHex(&cb, 1) + body;
         card.Step("create", create.c_str(), 0x9000);
         card.Step("load", row.szLoad, 0x6A80);
         EXPECT_EQ(0x6A80, Card().CreateBSO(&info, 0));
@@ -188,34 +186,10 @@ TEST_F(Zentaris34, ObjectIsAdjustedCreatedAndThenFilled)
 TEST_F(Zentaris34, ObjectConditionsAreWrittenAsTheyAre)
 {
     _M4_BSO_info info = Object(0x20);
-    card.Step("admin", ("00 DA 01 6E 10 83 02 20 05" + kConditions).c_str(), 0x9000);
+    card.Step("admin", ("00 DA 01 6E 10 83 02 20 05" + CONDITIONS).c_str(), 0x9000);
     EXPECT_EQ(0, Card().AdminBSO(&info, 0));
-    card.Step("admin with SM", ("00 DA 01 6E 22 83 02 20 05" + kConditions + kSm).c_str(), 0x6982);
+    card.Step("admin with SM", ("00 DA 01 6E 22 83 02 20 05" + CONDITIONS + SM).c_str(), 0x6982);
     EXPECT_EQ(0x6982, Card().AdminBSO(&info, 1));
 }
 
-TEST_F(Zentaris34, WithoutAValidCardNothingIsSent)
-{
-    CK_BYTE ab[256] = {};
-    CK_ULONG cb = sizeof ab;
-    _M4_BSO_info object = Object(0x20);
-    _M4_FileInfo_common file;
-    const std::function<long()> calls[] = {
-        [&] { return Card().ChangeKeyData(1, 0x20, ab, 8); },
-        [&] { return Card().ActivateFile(0x5015, 1, 1); },
-        [&] { return Card().ExtendBSO(0x20, 1, 0); },
-        [&] { return Card().GenerateKeyPair(0x20, 1, 0x5015, 2048, nullptr, 0); },
-        [&] { return Card().CreateFile(&file); },
-        [&] { return Card().PutDataFCI(&file); },
-        [&] { return Card().CreateBSO(&object, 0); },
-        [&] { return Card().AdminBSO(&object, 0); },
-        [&] { return Card().ComputeSignature2048(ab, 20, ab, &cb); },
-        [&] { return Card().EncDec2048(0x8086, ab, 256, ab, &cb); },
-        [&] { return Card().CreateRsa2048Key(&object, ab, ab, ab, ab, ab, ab); },
-    };
-    card.RemoveCard();
-    for (const auto& call : calls)
-        EXPECT_EQ(-1, call());
-    EXPECT_EQ(0u, card.Count("Transmit"));
-}
 } // namespace

@@ -50,29 +50,10 @@ LineEnd ReadLine(int fd, CSecretInput& line, const std::function<bool()>& awaitI
     const LineEnd end = ReadRaw(fd, line, awaitInput);
     if (end != LineEnd::Complete) {
         line.Wipe();
-    } else if (!line.empty() && line.back() == '\r') {
+    } else if (!line.IsEmpty() && line.Last() == '\r') {
         line.DropLast();
     }
     return end;
-}
-
-const char* Describe(LineEnd end)
-{
-    switch (end) {
-    case LineEnd::Complete:
-        return "is complete";
-    case LineEnd::NoInput:
-        return "is missing: the input ended";
-    case LineEnd::TooLong:
-        return "is far too long";
-    case LineEnd::Nul:
-        return "holds a NUL byte";
-    case LineEnd::Failed:
-        return "cannot be read";
-    case LineEnd::Interrupted:
-        return "was interrupted";
-    }
-    return "";
 }
 
 } // namespace tool

@@ -19,9 +19,6 @@ enum class LineEnd { Complete, NoInput, TooLong, Nul, Failed, Interrupted };
 /// \return Complete also for an empty line; on every other result the line is wiped.
 LineEnd ReadLine(int fd, CSecretInput& line, const std::function<bool()>& awaitInput = {});
 
-/// Why a line is no use, as the end of a sentence that begins with what was asked for.
-const char* Describe(LineEnd end);
-
 } // namespace tool
 
 #endif

@@ -2,12 +2,15 @@
 //
 // pindesk: the command-line tool of the library.
 
+#include "interrupts.h"
+#include "language.h"
 #include "report.h"
 #include "settings.h"
 #include "verbs.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -48,26 +51,36 @@ bool WantsJson(int argc, char** argv)
 Outcome InternalError(const char* what)
 {
     Outcome outcome;
-    outcome.status = ExitStatus::InternalError;
-    outcome.message = std::string("Internal error: ") + what;
+    outcome.status = PINDESK_INTERNAL_ERROR;
+    outcome.message = Say("Internal error: {what}", {{"what", what}});
     return outcome;
 }
 
-int Run(int argc, char** argv)
+Outcome Answer(Options& options, int argc, char** argv)
 {
+    try {
+        ParseCommandLine(argc, argv, options);
+        ApplySettings(options.settings);
+        return Run(options);
+    } catch (const CFailure& failure) {
+        return failure.Result();
+    } catch (const std::exception& error) {
+        return InternalError(error.what());
+    }
+}
+
+int Main(int argc, char** argv)
+{
+    FillStandardDescriptors();
+    ForbidCoreDumps();
+    signal(SIGPIPE, SIG_IGN); // a result that nobody reads is told on standard error
+    ChooseLanguage(argc, argv);
     Options options;
     options.isJson = WantsJson(argc, argv);
-    try {
-        if (!ParseCommandLine(argc, argv, options)) {
-            return static_cast<int>(ExitStatus::Done);
-        }
-        ApplySettings(options.settings);
-        return Report(options, options.verb->run(options));
-    } catch (const CFailure& failure) {
-        return Report(options, failure.Result());
-    } catch (const std::exception& error) {
-        return Report(options, InternalError(error.what()));
-    }
+    const Outcome outcome = Answer(options, argc, argv);
+    const int status = Report(options, outcome);
+    TakeInterrupt();
+    return status;
 }
 
 } // namespace
@@ -76,11 +89,9 @@ int Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        tool::FillStandardDescriptors();
-        tool::ForbidCoreDumps();
-        return tool::Run(argc, argv);
+        return tool::Main(argc, argv);
     } catch (...) {
         std::fputs("pindesk: the result cannot be reported.\n", stderr);
-        return static_cast<int>(tool::ExitStatus::InternalError);
+        return PINDESK_INTERNAL_ERROR;
     }
 }

@@ -1,222 +1,269 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The command line, parsed by CLI11. Its own messages quote arguments, and an argument may be a PIN
-// given by mistake: they are replaced by ours wherever that can happen.
+// The command line, taken apart by CLI11 and understood here. CLI11's own messages quote arguments,
+// and an argument may be a PIN given by mistake: none of them is shown.
 
 #include "options.h"
 
+#include "language.h"
+#include "nearest.h"
 #include "numbers.h"
 #include "outcome.h"
 #include "verbs.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <iostream>
-#include <limits>
+#include <cctype>
 #include <sstream>
 
 namespace tool {
 
 namespace {
 
-constexpr std::size_t SERIAL_LENGTH = 16;
-constexpr long MAX_WAIT = 86400;
-constexpr std::chrono::hours FOREVER{24 * 365 * 100}; // the maximum overflows when compared
-constexpr const char* WHY_NO_SECRETS =
-    "PINs, PUKs and keys are never taken from the command line: every user of this machine could "
-    "read them in the list of processes, and the shell remembers them. Use the prompt, or "
-    "--pin-from, --puk-from and --new-from. If it was a real one, change it.";
+constexpr std::size_t SERIAL_LENGTH = PINDESK_SERIAL_SIZE - 1, SHORTEST_SECRET = 4;
+constexpr std::int32_t MAX_SECONDS = 86400, MAX_SLOT = 9999, MS = 1000;
+constexpr const char* FOREVER = "forever"; // what --wait alone stands for
+constexpr const char* SET = "true";        // what CLI11 has any other flag stand for
 
-[[noreturn]] void RefuseUsage(const std::string& message, const std::string& advice = {})
+std::string WhyNoSecrets()
 {
-    throw CFailure(ExitStatus::Usage, message, advice.empty() ? "See: pindesk --help" : advice);
+    return Say("PINs, PUKs and keys are never taken from the command line: every user of this "
+               "machine could read them in the list of processes, and the shell remembers them. "
+               "Use the prompt, or --pin-from, --puk-from and --new-from. If it was a real one, "
+               "change it.");
 }
 
-bool IsOneOf(const std::string& word, const std::string& words)
+bool HasDigit(const std::string& word)
 {
-    std::istringstream list(words);
-    for (std::string candidate; std::getline(list, candidate, '|');) {
-        if (candidate == word) {
-            return true;
-        }
+    return std::any_of(word.begin(), word.end(),
+                       [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+// Such a word is not repeated either.
+bool LooksSecret(const std::string& word)
+{
+    return word.size() >= SHORTEST_SECRET && HasDigit(word);
+}
+
+std::vector<std::string> Split(const std::string& words)
+{
+    std::vector<std::string> list;
+    std::istringstream stream(words);
+    for (std::string word; std::getline(stream, word, '|');) {
+        list.push_back(word);
     }
-    return false;
+    return list;
 }
 
-std::string ListOf(std::string words)
+std::string Listed(std::string words)
 {
     std::replace(words.begin(), words.end(), '|', ' ');
     return words;
 }
 
-void AddCommonOptions(CLI::App& app, Options& options, std::string& wait)
+std::string DidYouMean(const std::string& word, const std::vector<std::string>& candidates)
 {
-    auto* const slot = app.add_option("--slot", options.slot, "The reader in slot N, from 1");
-    slot->option_text("N")->check(CLI::Range(1L, std::numeric_limits<long>::max()));
-    app.add_option("--reader", options.reader, "The reader of this name, or with TEXT in its name")
-        ->option_text("TEXT")
-        ->excludes(slot);
-    app.add_option("--serial", options.serial, "Refuse any card but the one with this number")
-        ->option_text("S");
-    app.add_flag("--wait{forever}", wait, "Wait for a card, at most SECONDS when given");
-    app.add_flag("--json", options.isJson, "Print one JSON object");
-    app.add_flag("--quiet", options.isQuiet, "Print results and errors only");
-    app.add_option("--set", options.settings, "Change a setting of the library (repeatable)")
-        ->option_text("NAME=VALUE")
-        ->allow_extra_args(false);
-    auto* const plain = app.add_flag("--no-sm", options.isPlain,
-                                     "No secure messaging for the DS secrets (default: on)");
-    app.add_option("--sm-key-file", options.smKeyFile, "The secure-messaging key")
-        ->option_text("F")
-        ->excludes(plain);
-    app.add_option("--admin-key-file", options.adminKeyFile, "The administration key (lock)")
-        ->option_text("F");
-    app.add_flag("--yes", options.isConfirmed, "Do not ask for confirmation (lock)");
-    app.add_flag("--use-last-try", options.mayUseLastTry, "Use a secret's last try if need be");
+    const std::string nearest = Nearest(word, candidates);
+    return nearest.empty() ? std::string() : Say("Did you mean {word}?", {{"word", nearest}});
 }
 
-void AddVerb(CLI::App& app, const Verb& verb, Options& options)
-{
-    CLI::App* const command = app.add_subcommand(verb.name, verb.summary);
-    command->fallthrough();
-    command->footer(std::string("Example: ") + verb.example + "\nCommon options: pindesk --help");
-    command->callback([&options, &verb] { options.verb = &verb; });
-    if (verb.targets != nullptr) {
-        command->add_option("what", options.target, ListOf(verb.targets))->option_text(" ");
-    }
-    const auto addSource = [&](bool isAsked, const char* name, std::string& value,
-                               const char* what) {
-        if (isAsked) {
-            command->add_option(name, value, what)->option_text("SOURCE");
-        }
-    };
-    addSource(verb.asksPin, "--pin-from", options.pinFrom,
-              "Where the PIN comes from: prompt, stdin, fd:N, env:NAME, file:PATH");
-    addSource(verb.asksPuk, "--puk-from", options.pukFrom, "Where the PUK comes from, likewise");
-    addSource(verb.asksNew, "--new-from", options.newFrom, "Where the new value comes from");
-    if (verb.run == UnblockPin) {
-        command->add_option("--family", options.family, "Another card: starcos or m4-1111")
-            ->option_text("FAMILY");
-    }
-}
+/// What was given for each row of OPTIONS.
+using Given = std::vector<std::vector<std::string>>;
 
-std::string Verbs()
+void AddOptions(CLI::App& app, Given& given)
 {
-    std::string names;
-    for (const Verb& verb : kVerbs) {
-        names += std::string(names.empty() ? "" : ", ") + verb.name;
-    }
-    return names;
-}
-
-std::string Examples()
-{
-    std::string text = "Examples:\n";
-    for (const Verb& verb : kVerbs) {
-        text += std::string("  ") + verb.example + "\n";
-    }
-    return text + "Secrets come from a prompt or, without a terminal, from standard input, one "
-                  "line each.";
-}
-
-// The name of an option that nothing knows, or nothing when it might be more than a name.
-std::string UnknownOption(const std::vector<std::string>& extras)
-{
-    for (const std::string& extra : extras) {
-        std::string name = extra.substr(0, extra.find('='));
-        const bool isName = name.size() > 2 && name.compare(0, 2, "--") == 0 &&
-                            std::all_of(name.begin(), name.end(), [](unsigned char c) {
-                                return std::islower(c) != 0 || c == '-';
-                            });
-        if (isName) {
-            return name;
+    for (std::size_t i = 0; i < OPTIONS.size(); ++i) {
+        const OptionRow& row = OPTIONS[i];
+        const std::string name = row.flag == &Options::isHelp ? "-h,--help" : row.name;
+        if (row.IsOptional()) {
+            app.add_flag(std::string(row.name) + "{" + FOREVER + "}", given[i]);
+        } else if (row.flag != nullptr) {
+            app.add_flag(name, given[i]);
+        } else {
+            app.add_option(name, given[i])->allow_extra_args(false);
         }
     }
-    return {};
 }
 
-void RefuseExtras(std::vector<std::string> extras)
+// The name of an option that nothing knows. Its value stays out: it may be a secret.
+void RefuseUnknownOption(const std::string& word)
 {
-    std::erase(extras, "--"); // the end of the options is no argument
-    if (extras.empty()) {
+    const std::string name = word.substr(0, word.find('='));
+    const bool isName = std::all_of(
+        name.begin(), name.end(), [](unsigned char c) { return std::islower(c) != 0 || c == '-'; });
+    const bool isOfSecret = !isName || name.find("pin") != std::string::npos ||
+                            name.find("puk") != std::string::npos || LooksSecret(word);
+    std::vector<std::string> names;
+    std::transform(OPTIONS.begin(), OPTIONS.end(), std::back_inserter(names),
+                   [](const OptionRow& row) { return row.name; });
+    RefuseUsage(isName ? Say("There is no option {option}.", {{"option", name}})
+                       : Say("There is no such option."),
+                isOfSecret ? WhyNoSecrets() : DidYouMean(name, names));
+}
+
+void TakeWords(std::vector<std::string> words, Options& options)
+{
+    std::erase(words, "--"); // the end of the options is no argument
+    for (const std::string& word : words) {
+        long code = 0; // a result code is a word
+        if (word.starts_with('-') && !ToNumber(word, DECIMAL, code)) {
+            RefuseUnknownOption(word);
+        }
+    }
+    if (words.empty()) {
         return;
     }
-    const std::string option = UnknownOption(extras);
-    RefuseUsage(option.empty() ? "There are more arguments than this verb takes."
-                               : "There is no option " + option + " here.",
-                WHY_NO_SECRETS);
+    options.verb = FindVerb(words.front());
+    if (options.verb == nullptr) {
+        std::vector<std::string> names;
+        std::transform(VERBS.begin(), VERBS.end(), std::back_inserter(names),
+                       [](const Verb& verb) { return verb.name; });
+        const std::string& word = words.front();
+        RefuseUsage(HasDigit(word) ? Say("There is no such verb.")
+                                   : Say("There is no verb {word}.", {{"word", word}}),
+                    LooksSecret(word) ? WhyNoSecrets() : DidYouMean(word, names));
+    }
+    options.words.assign(words.begin() + 1, words.end());
 }
 
-void CheckVerb(const Options& options)
+void TakeValues(const Given& given, Options& options)
+{
+    for (std::size_t i = 0; i < OPTIONS.size(); ++i) {
+        const OptionRow& row = OPTIONS[i];
+        if (given[i].empty()) {
+            continue;
+        }
+        if (std::find(given[i].begin(), given[i].end(), "") != given[i].end()) {
+            RefuseUsage(Say("{option} needs a value.", {{"option", row.name}}));
+        }
+        if (row.flag != nullptr) {
+            if (given[i].front() != SET) {
+                RefuseUsage(Say("{option} takes no value.", {{"option", row.name}}));
+            }
+            options.*row.flag = true;
+        } else if (row.value == nullptr) {
+            options.settings = given[i];
+        } else if (given[i].size() > 1) {
+            RefuseUsage(Say("{option} was given more than once.", {{"option", row.name}}));
+        } else {
+            options.*row.value = given[i].front();
+        }
+        const bool hasEffect = options.verb == nullptr || options.verb->Takes(row);
+        if (!hasEffect && !options.isHelp) {
+            RefuseUsage(Say("pindesk {verb} does not take {option}.",
+                            {{"verb", options.verb->name}, {"option", row.name}}),
+                        Say("See: pindesk help {verb}", {{"verb", options.verb->name}}));
+        }
+    }
+}
+
+void CheckTarget(const Options& options)
 {
     const std::string targets = options.verb->targets == nullptr ? "" : options.verb->targets;
-    const bool isFree = targets.empty() || targets == "CODE";
-    if (isFree || (options.target.empty() && !options.family.empty())) {
+    const bool isFree = targets == "CODE" || targets == "VERB";
+    if (isFree || options.isHelp) {
         return;
     }
-    if (!IsOneOf(options.target, targets)) {
-        RefuseUsage(std::string("pindesk ") + options.verb->name +
-                        " takes one of these words: " + ListOf(targets) + ".",
-                    options.target.empty() ? "" : WHY_NO_SECRETS);
+    const bool needsOne = !targets.empty() && options.family.empty();
+    const std::vector<std::string> choice = Split(targets);
+    const std::string target = options.Target();
+    if (needsOne && std::find(choice.begin(), choice.end(), target) == choice.end()) {
+        const std::string advice =
+            LooksSecret(target) ? WhyNoSecrets() : DidYouMean(target, choice);
+        RefuseUsage(Say("pindesk {verb} takes one of these words: {words}.",
+                        {{"verb", options.verb->name}, {"words", Listed(targets)}}),
+                    advice);
     }
+    if (options.words.size() == (needsOne ? 1U : 0U)) {
+        return;
+    }
+    const std::string& extra = options.words.back();
+    const bool isWait =
+        options.waitText == FOREVER && extra.size() < SHORTEST_SECRET && HasDigit(extra);
+    RefuseUsage(Say("There are more words than this verb takes."),
+                isWait                    ? Say("The seconds follow a sign: --wait=30.")
+                : LooksSecret(extra)      ? WhyNoSecrets()
+                : !options.family.empty() ? Say("--family takes the place of the word.")
+                                          : "");
 }
 
-void CheckValues(const Options& options)
+std::int32_t Number(const char* option, const std::string& text, std::int32_t min, std::int32_t max)
 {
+    std::int32_t number = 0;
+    if (!ToNumber(text, DECIMAL, number) || number < min || number > max) {
+        RefuseUsage(
+            Say("{option} takes a number from {min} to {max}.",
+                {{"option", option}, {"min", std::to_string(min)}, {"max", std::to_string(max)}}));
+    }
+    return number;
+}
+
+void Understand(Options& options)
+{
+    if (!options.slotText.empty()) {
+        options.slot = Number("--slot", options.slotText, 1, MAX_SLOT);
+    }
+    if (!options.timeoutText.empty()) {
+        options.timeoutMs = Number("--timeout", options.timeoutText, 1, MAX_SECONDS) * MS;
+    }
+    if (options.waitText == FOREVER) {
+        options.waitMs = PINDESK_FOREVER;
+    } else if (!options.waitText.empty()) {
+        options.waitMs = Number("--wait", options.waitText, 0, MAX_SECONDS) * MS;
+    }
+    if (options.slot != 0 && !options.reader.empty()) {
+        RefuseUsage(Say("Give either --slot or --reader."));
+    }
+    if (options.isPlain && !options.smKeyFile.empty()) {
+        RefuseUsage(Say("Give either --no-sm or --sm-key-file."));
+    }
     if (!options.serial.empty() && options.serial.size() != SERIAL_LENGTH) {
-        RefuseUsage("A serial number has 16 characters.");
-    }
-    if (!options.family.empty() && !IsOneOf(options.family, "starcos|m4-1111")) {
-        RefuseUsage("--family takes starcos or m4-1111.");
+        RefuseUsage(Say("A serial number has 16 characters."));
     }
 }
 
-void TakeWait(const std::string& wait, Options& options)
+// CLI11 takes an empty value of an option that needs none for no value.
+void RefuseEmptyValues(int argc, char** argv)
 {
-    if (wait.empty()) {
-        return;
+    for (const OptionRow& row : OPTIONS) {
+        const std::string empty = std::string(row.name) + "=";
+        if (std::find(argv, argv + argc, empty) != argv + argc) {
+            RefuseUsage(Say("{option} needs a value.", {{"option", row.name}}));
+        }
     }
-    long seconds = 0;
-    if (wait == "forever") {
-        options.wait = FOREVER;
-    } else if (ToNumber(wait, DECIMAL, seconds) && seconds >= 0 && seconds <= MAX_WAIT) {
-        options.wait = std::chrono::seconds(seconds);
-    } else {
-        RefuseUsage("--wait takes a number of seconds, " + std::to_string(MAX_WAIT) +
-                    " at most: --wait=30.");
+}
+
+void Parse(CLI::App& app, int argc, char** argv)
+{
+    RefuseEmptyValues(argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        const std::string what = error.what(); // begins with the name, where an option is at fault
+        const std::string name = what.substr(0, what.find_first_of(": ="));
+        const bool isKnown = std::any_of(OPTIONS.begin(), OPTIONS.end(),
+                                         [&](const auto& row) { return name == row.name; });
+        RefuseUsage(isKnown ? Say("{option} needs a value.", {{"option", name}})
+                            : Say("The command line cannot be understood."));
     }
 }
 
 } // namespace
 
-bool ParseCommandLine(int argc, char** argv, Options& options)
+void ParseCommandLine(int argc, char** argv, Options& options)
 {
-    CLI::App app{"Manage the PINs and PUKs of a national services card.", "pindesk"};
-    app.set_version_flag("--version", "pindesk " PINDESK_VERSION);
-    app.footer(Examples());
+    CLI::App app;
+    app.set_help_flag();
     app.allow_extras();
-    app.require_subcommand(0, 1);
-    std::string wait;
-    AddCommonOptions(app, options, wait);
-    for (const Verb& verb : kVerbs) {
-        AddVerb(app, verb, options);
+    Given given(OPTIONS.size());
+    AddOptions(app, given);
+    Parse(app, argc, argv);
+    TakeWords(app.remaining(), options);
+    TakeValues(given, options);
+    if (options.verb != nullptr) {
+        CheckTarget(options);
     }
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) { // help or version
-        app.exit(request);
-        return false;
-    } catch (const CLI::ParseError& error) {
-        RefuseUsage(error.what());
-    }
-    if (options.verb == nullptr) {
-        RefuseUsage("A verb is missing. The verbs are: " + Verbs() + ".");
-    }
-    RefuseExtras(app.remaining(true));
-    CheckVerb(options);
-    CheckValues(options);
-    TakeWait(wait, options);
-    return true;
+    Understand(options);
 }
 
 } // namespace tool

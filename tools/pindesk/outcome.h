@@ -5,59 +5,53 @@
 #ifndef TOOLS_PINDESK_OUTCOME_H
 #define TOOLS_PINDESK_OUTCOME_H
 
-#include <nlohmann/json.hpp>
+#include "pindesk/desk.h"
 
 #include <cstdint>
 #include <exception>
 #include <optional>
 #include <string>
 #include <utility>
+#include <variant>
+#include <vector>
 
 namespace tool {
 
-enum class ExitStatus {
-    Done = 0,
-    Usage = 1,
-    Refused = 2, ///< by our own checks: nothing was sent to the card
-    WrongSecret = 3,
-    Blocked = 4,
-    NoReader = 5,
-    NoCard = 6, ///< also a card that was removed, or that does not answer
-    InUse = 7,
-    NoService = 8,
-    OtherCard = 9,
-    SecureMessagingRefused = 10,
-    CardRefused = 11,
-    OutcomeUnknown = 12, ///< the answer was lost
-    InternalError = 13,
+struct Field;
+using Row = std::vector<Field>;
+
+/// A value for scripts; monostate where it is not known.
+using Value = std::variant<std::monostate, bool, long, std::string, std::vector<Row>>;
+
+struct Field {
+    std::string name;
+    Value value;
 };
 
-/// The status as the value of "result" in JSON.
-const char* ResultName(ExitStatus status);
-
 struct Outcome {
-    ExitStatus status = ExitStatus::Done;
+    pindesk_outcome status = PINDESK_DONE;   ///< the exit status
     std::string message;                     ///< what happened, in plain words
     std::string advice;                      ///< what to do next; may be empty
     std::optional<long> code;                ///< result code of the library
     std::optional<std::uint16_t> statusWord; ///< as the card gave it
-    std::optional<int> triesLeft;            ///< of the secret in question
+    std::optional<long> triesLeft;           ///< of the secret in question
     std::string output;                      ///< lines asked for, printed also with --quiet
-    nlohmann::ordered_json fields =
-        nlohmann::ordered_json::object(); ///< members that the verb adds to the JSON object
+    Row fields;                              ///< what the verb adds for scripts
+    bool isReported = false;                 ///< everything was told as it happened
 };
+
+/// What a call of the desk came to.
+Outcome OutcomeOf(const pindesk_report& report);
 
 /// Ends a verb early.
 class CFailure : public std::exception {
 public:
     explicit CFailure(Outcome outcome) : m_outcome(std::move(outcome)) {}
-    CFailure(ExitStatus status, std::string message, std::string advice = {},
-             std::optional<long> code = {})
+    CFailure(pindesk_outcome status, std::string message, std::string advice = {})
     {
         m_outcome.status = status;
         m_outcome.message = std::move(message);
         m_outcome.advice = std::move(advice);
-        m_outcome.code = code;
     }
 
     const char* what() const noexcept override { return m_outcome.message.c_str(); }
@@ -66,6 +60,14 @@ public:
 private:
     Outcome m_outcome;
 };
+
+[[noreturn]] void RefuseUsage(const std::string& message, const std::string& advice = {});
+
+/// A message, and that nothing was sent to the card.
+std::string Unsent(const std::string& message);
+
+/// Ends a verb by our own checks; that nothing was sent to the card is added.
+[[noreturn]] void Refuse(const std::string& message, const std::string& advice = {});
 
 /// Four upper-case digits, as status words are written.
 std::string StatusWordText(std::uint16_t statusWord);

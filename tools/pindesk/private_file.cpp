@@ -4,6 +4,7 @@
 
 #include "private_file.h"
 
+#include "language.h"
 #include "outcome.h"
 
 #include <cerrno>
@@ -18,9 +19,8 @@ CPrivateFile::CPrivateFile(const std::string& path)
     : m_fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK))
 {
     if (m_fd < 0) {
-        throw CFailure(ExitStatus::Refused, "The file " + path +
-                                                " cannot be opened: " + std::strerror(errno) +
-                                                ". Nothing was sent to the card.");
+        Refuse(Say("The file {path} cannot be opened: {reason}.",
+                   {{"path", path}, {"reason", std::strerror(errno)}}));
     }
     try {
         CheckOwner(path);
@@ -39,18 +39,15 @@ void CPrivateFile::CheckOwner(const std::string& path) const
 {
     struct stat info = {};
     if (fstat(m_fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-        throw CFailure(ExitStatus::Refused, path + " is not a file. Nothing was sent to the card.");
+        Refuse(Say("{path} is not a regular file.", {{"path", path}}),
+               Say("A pipe is read as fd:N."));
     }
     if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-        throw CFailure(ExitStatus::Refused,
-                       "The file " + path +
-                           " is open to other users. Nothing was sent to the card.",
-                       "Close it with: chmod 600 " + path);
+        Refuse(Say("The file {path} is open to other users.", {{"path", path}}),
+               Say("Close it with: chmod 600 {path}", {{"path", path}}));
     }
     if (info.st_uid != geteuid() && info.st_uid != 0) {
-        throw CFailure(ExitStatus::Refused, "The file " + path +
-                                                " belongs to another user. Nothing was sent to the "
-                                                "card.");
+        Refuse(Say("The file {path} belongs to another user.", {{"path", path}}));
     }
 }
 

@@ -1,35 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The readers of this machine, and the one that a run is about.
+// Readers as a person and a script see them.
 
 #ifndef TOOLS_PINDESK_READERS_H
 #define TOOLS_PINDESK_READERS_H
 
-#include "options.h"
-
-#include <string>
-#include <vector>
+#include "outcome.h"
 
 namespace tool {
 
-struct Reader {
-    long slot = 0;
-    std::string name;
-    bool hasCard = false;
-    std::string atr; ///< hexadecimal; empty without a card
-};
+/// "1  Name  card present  3b8b..."
+std::string LineOf(const pindesk_reader& reader);
+Row FieldsOf(const pindesk_reader& reader);
 
-/// \throws CFailure NoService, or NoReader when there is none.
-std::vector<Reader> ListReaders();
+/// Adds the readers, a line each and as "readers".
+void AddReaders(const std::vector<pindesk_reader>& readers, Outcome& outcome);
 
-/// The reader that the options name, or the only one with a card; its card is there, waited for if
-/// the options say so, and is the expected one.
-/// \throws CFailure NoService, NoReader, NoCard, OtherCard, or Usage when several readers fit.
-Reader LocateCard(const Options& options);
+/// The answer to reset as hexadecimal digits.
+std::string AtrText(const pindesk_reader& reader);
 
-/// The serial number of the card in a slot, or empty when it has none that can be read.
-/// \throws CFailure when the card cannot be reached.
-std::string TryReadSerial(const Reader& reader);
+/// Reader names and texts of cards are bytes that a device chose: as they can be shown.
+std::string Shown(const char* text);
 
 } // namespace tool
 

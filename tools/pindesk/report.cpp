@@ -5,9 +5,13 @@
 
 #include "report.h"
 
+#include "interrupts.h"
+#include "language.h"
 #include "verbs.h"
 
 #include <iostream>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
 
 namespace tool {
 
@@ -15,17 +19,49 @@ namespace {
 
 constexpr int SCHEMA = 1;
 
-template <typename T> nlohmann::ordered_json OrNull(const std::optional<T>& value)
+using Json = nlohmann::ordered_json;
+
+template <typename T> Json OrNull(const std::optional<T>& value)
 {
-    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
+    return value ? Json(*value) : Json(nullptr);
+}
+
+Json ToJson(const Row& row);
+
+struct ValueToJson {
+    Json operator()(std::monostate) const { return nullptr; }
+    Json operator()(const std::vector<Row>& rows) const
+    {
+        Json array = Json::array();
+        for (const Row& row : rows) {
+            array.push_back(ToJson(row));
+        }
+        return array;
+    }
+    template <typename T> Json operator()(const T& value) const { return value; }
+};
+
+Json ToJson(const Row& row)
+{
+    Json object = Json::object();
+    for (const auto& [name, value] : row) {
+        object[name] = std::visit(ValueToJson{}, value);
+    }
+    return object;
+}
+
+void PrintObject(const Json& object)
+{
+    // Reader names and serial numbers are bytes that a device chose.
+    std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 void PrintJson(const Options& options, const Outcome& outcome)
 {
-    nlohmann::ordered_json object = {
+    Json object = {
         {"schema", SCHEMA},
-        {"command", options.verb == nullptr ? nlohmann::ordered_json() : options.verb->name},
-        {"result", ResultName(outcome.status)},
+        {"command", options.verb == nullptr ? Json() : options.verb->name},
+        {"result", pindesk_outcome_name(outcome.status)},
         {"exit_status", static_cast<int>(outcome.status)},
         {"code", OrNull(outcome.code)},
         {"status_word", nullptr},
@@ -36,20 +72,19 @@ void PrintJson(const Options& options, const Outcome& outcome)
     if (outcome.statusWord) {
         object["status_word"] = StatusWordText(*outcome.statusWord);
     }
-    object.update(outcome.fields);
-    // Reader names and serial numbers are bytes that a device chose.
-    std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    object.update(ToJson(outcome.fields));
+    PrintObject(object);
 }
 
 std::string Parenthesis(const Outcome& outcome)
 {
     std::string text;
     if (outcome.code) {
-        text = "result code " + std::to_string(*outcome.code);
+        text = Say("result code {code}", {{"code", std::to_string(*outcome.code)}});
     }
     if (outcome.statusWord) {
-        text += (text.empty() ? "status word " : ", status word ") +
-                StatusWordText(*outcome.statusWord);
+        text += (text.empty() ? "" : ", ") +
+                Say("status word {word}", {{"word", StatusWordText(*outcome.statusWord)}});
     }
     return text.empty() ? "" : " (" + text + ")";
 }
@@ -60,14 +95,30 @@ void PrintFailure(const Outcome& outcome)
     if (!outcome.advice.empty()) {
         std::cerr << '\n' << outcome.advice;
     }
-    std::cerr << Parenthesis(outcome) << '\n';
+    std::cerr << Parenthesis(outcome) << '\n' << outcome.output;
 }
 
 void PrintSuccess(const Options& options, const Outcome& outcome)
 {
     std::cout << outcome.output;
-    if (!outcome.message.empty() && !options.isQuiet) {
-        std::cout << outcome.message << '\n';
+    // an interrupted run ends by its signal: without words nobody would know what it has done
+    if (!outcome.message.empty() && (!options.isQuiet || IsInterrupted())) {
+        std::cout << outcome.message << '\n'
+                  << outcome.advice << (outcome.advice.empty() ? "" : "\n");
+    }
+}
+
+void Print(const Options& options, const Outcome& outcome)
+{
+    if (outcome.isReported) {
+        return;
+    }
+    if (options.isJson) {
+        PrintJson(options, outcome);
+    } else if (outcome.status == PINDESK_DONE) {
+        PrintSuccess(options, outcome);
+    } else {
+        PrintFailure(outcome);
     }
 }
 
@@ -75,25 +126,32 @@ void PrintSuccess(const Options& options, const Outcome& outcome)
 
 int Report(const Options& options, const Outcome& outcome)
 {
+    Print(options, outcome);
+    if (std::cout.flush()) {
+        return outcome.status;
+    }
+    // What was done is done, whether or not anybody reads of it: it is said where it can be.
+    std::cerr << "pindesk: " << Say("Standard output cannot be written.") << '\n'
+              << outcome.message << '\n';
+    return outcome.status == PINDESK_DONE ? PINDESK_INTERNAL_ERROR : outcome.status;
+}
+
+bool ReportEvent(const Options& options, const std::string& line, const Row& fields)
+{
     if (options.isJson) {
-        PrintJson(options, outcome);
-    } else if (outcome.status == ExitStatus::Done) {
-        PrintSuccess(options, outcome);
+        Json object = {{"schema", SCHEMA}, {"command", options.verb->name}};
+        object.update(ToJson(fields));
+        PrintObject(object);
     } else {
-        PrintFailure(outcome);
+        std::cout << line << '\n';
     }
-    const bool isWritten = static_cast<bool>(std::cout.flush());
-    if (isWritten) {
-        return static_cast<int>(outcome.status);
-    }
-    std::cerr << "pindesk: standard output cannot be written.\n";
-    return static_cast<int>(outcome.status == ExitStatus::Done ? ExitStatus::InternalError
-                                                               : outcome.status);
+    return static_cast<bool>(std::cout.flush());
 }
 
 void Note(const Options& options, const std::string& text)
 {
-    if (!options.isQuiet) {
+    const bool isHeard = !options.isJson || isatty(STDERR_FILENO) != 0;
+    if (!options.isQuiet && isHeard) {
         std::cerr << text << '\n';
     }
 }

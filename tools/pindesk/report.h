@@ -14,7 +14,12 @@ namespace tool {
 /// \return the exit status: that of the outcome, unless standard output cannot be written.
 int Report(const Options& options, const Outcome& outcome);
 
-/// A remark beside the result, on standard error unless --quiet.
+/// Prints one event as it happens, as a line or as a JSON object.
+/// \return false when standard output cannot be written.
+bool ReportEvent(const Options& options, const std::string& line, const Row& fields);
+
+/// A remark beside the result, on standard error unless --quiet. Beside JSON only at a terminal:
+/// scripts find it in the object.
 void Note(const Options& options, const std::string& text);
 
 } // namespace tool

@@ -5,7 +5,6 @@
 #ifndef TOOLS_PINDESK_SECRET_INPUT_H
 #define TOOLS_PINDESK_SECRET_INPUT_H
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -40,21 +39,14 @@ public:
 
     void DropLast() { m_ab[--m_cb] = 0; }
 
-    /// Of the library's operations, which take pointers to what they do not change. A NUL follows
-    /// the value.
-    unsigned char* data() { return m_ab.data(); }
-    const char* c_str() const { return reinterpret_cast<const char*>(m_ab.data()); }
+    const unsigned char* data() const { return m_ab.data(); }
     std::size_t size() const { return m_cb; }
-    unsigned char back() const { return m_ab[m_cb - 1]; }
-    bool empty() const { return m_cb == 0; }
+    unsigned char Last() const { return m_ab[m_cb - 1]; }
+    bool IsEmpty() const { return m_cb == 0; }
 
-    bool Equals(std::string_view text) const { return std::string_view(c_str(), m_cb) == text; }
-    bool Equals(const CSecretInput& other) const { return Equals({other.c_str(), other.m_cb}); }
-    bool Contains(unsigned char b) const
-    {
-        return std::find(m_ab.begin(), m_ab.begin() + static_cast<std::ptrdiff_t>(m_cb), b) !=
-               m_ab.begin() + static_cast<std::ptrdiff_t>(m_cb);
-    }
+    std::string_view View() const { return {reinterpret_cast<const char*>(m_ab.data()), m_cb}; }
+    bool Equals(std::string_view text) const { return View() == text; }
+    bool Equals(const CSecretInput& other) const { return Equals(other.View()); }
 
 private:
     std::array<unsigned char, CAPACITY + 1> m_ab{};

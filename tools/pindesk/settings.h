@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The settings of the library as this process has them.
+// The settings of the library, as --set gives them.
 
 #ifndef TOOLS_PINDESK_SETTINGS_H
 #define TOOLS_PINDESK_SETTINGS_H
@@ -10,12 +10,9 @@
 
 namespace tool {
 
-/// Hands NAME=VALUE pairs to the library, and turns its try guard on.
+/// Hands NAME=VALUE pairs to the library.
 /// \throws CFailure (Usage) for an unknown name, or a value (decimal or 0x) that does not fit.
 void ApplySettings(const std::vector<std::string>& assignments);
-
-/// The value in force; name is one of the twelve.
-long SettingValue(const std::string& name);
 
 } // namespace tool
 

@@ -7,15 +7,17 @@
 
 #include "secret_input.h"
 
+#include <functional>
 #include <string>
 
 namespace tool {
 
 /// What is asked for.
 struct Question {
-    std::string title;    ///< "CNS PIN", "new DS PIN"
-    std::string hint;     ///< shown at the prompt: the permitted lengths
-    bool isTwice = false; ///< at a prompt a new value is typed twice
+    std::string title;                   ///< "CNS PIN", "new DS PIN"
+    std::string hint;                    ///< shown at the prompt: the permitted lengths
+    bool isTwice = false;                ///< at a prompt a new value is typed twice
+    std::function<void()> check = [] {}; ///< throws CFailure when the value cannot be right
 };
 
 class CSource {
@@ -26,17 +28,19 @@ public:
     /// \throws CFailure (Usage). The text is never repeated: it may be a PIN given by mistake.
     CSource(const std::string& option, const std::string& text);
 
-    /// \throws CFailure (Refused) when no value comes.
+    /// At a terminal a value that cannot be right is asked for again.
+    /// \throws CFailure (Refused) when no value comes, or one that cannot be right.
     void Read(const Question& question, CSecretInput& value) const;
 
 private:
     enum class Kind { Prompt, Descriptor, Environment, File };
 
+    void Fetch(const Question& question, CSecretInput& value) const;
     void ReadPrompt(const Question& question, CSecretInput& value) const;
     void ReadEnvironment(const Question& question, CSecretInput& value) const;
 
     Kind m_kind = Kind::Descriptor;
-    int m_fd = 0;
+    int m_fd = 0;       // of the prompt: CONTROLLING_TERMINAL, or another terminal
     std::string m_name; // of the variable or file
 };
 

@@ -26,10 +26,14 @@ void Remember(int signal)
 
 class CTerminal {
 public:
-    CTerminal() : m_fd(open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)) {}
+    explicit CTerminal(int fd)
+        : m_isOwn(fd == CONTROLLING_TERMINAL),
+          m_fd(m_isOwn ? open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC) : fd)
+    {
+    }
     ~CTerminal()
     {
-        if (m_fd >= 0) {
+        if (m_isOwn && m_fd >= 0) {
             close(m_fd);
         }
     }
@@ -37,12 +41,30 @@ public:
     CTerminal& operator=(const CTerminal&) = delete;
 
     int Fd() const { return m_fd; }
-    void Say(const std::string& text) const
+    void Show(const std::string& text) const
     {
-        [[maybe_unused]] const ssize_t written = write(m_fd, text.data(), text.size());
+        if (write(m_fd, text.data(), text.size()) < 0) { // a descriptor that is for reading only
+            [[maybe_unused]] const ssize_t n = write(STDERR_FILENO, text.data(), text.size());
+        }
+    }
+
+    /// Stops a job in the background until it is brought to the front: before that the terminal has
+    /// the settings of the shell's own line editor. False when it cannot be stopped.
+    bool AwaitForeground() const
+    {
+        const auto isInFront = [this] {
+            const pid_t front = tcgetpgrp(m_fd);
+            return front < 0 ||
+                   front == getpgrp(); // another session's terminal has no front for us
+        };
+        if (!isInFront()) {
+            kill(0, SIGTTIN);
+        }
+        return isInFront();
     }
 
 private:
+    bool m_isOwn;
     int m_fd;
 };
 
@@ -54,23 +76,23 @@ public:
         g_signal = 0;
         sigset_t blocked;
         sigemptyset(&blocked);
-        for (const int signal : kSignals) {
+        for (const int signal : SIGNALS) {
             sigaddset(&blocked, signal);
         }
         sigprocmask(SIG_BLOCK, &blocked, &m_maskBefore);
         struct sigaction remember = {};
         remember.sa_handler = Remember;
-        for (std::size_t i = 0; i < kSignals.size(); ++i) {
-            sigaction(kSignals[i], nullptr, &m_before[i]);
+        for (std::size_t i = 0; i < SIGNALS.size(); ++i) {
+            sigaction(SIGNALS[i], nullptr, &m_before[i]);
             if (m_before[i].sa_handler != SIG_IGN) {
-                sigaction(kSignals[i], &remember, nullptr);
+                sigaction(SIGNALS[i], &remember, nullptr);
             }
         }
     }
     ~CSignalScope()
     {
-        for (std::size_t i = 0; i < kSignals.size(); ++i) {
-            sigaction(kSignals[i], &m_before[i], nullptr);
+        for (std::size_t i = 0; i < SIGNALS.size(); ++i) {
+            sigaction(SIGNALS[i], &m_before[i], nullptr);
         }
         sigprocmask(SIG_SETMASK, &m_maskBefore, nullptr);
     }
@@ -92,8 +114,8 @@ public:
 
 private:
     // Not SIGTTIN and SIGTTOU: a job in the background has to stop before it touches the terminal.
-    static constexpr std::array kSignals = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
-    std::array<struct sigaction, kSignals.size()> m_before{};
+    static constexpr std::array SIGNALS = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
+    std::array<struct sigaction, SIGNALS.size()> m_before{};
     sigset_t m_maskBefore{};
 };
 
@@ -129,24 +151,27 @@ LineEnd AskOnce(const CTerminal& terminal, const std::string& question, Echo ech
 {
     const CSignalScope signals;
     const CEchoScope scope(terminal.Fd(), echo);
-    terminal.Say(question);
+    terminal.Show(question);
     const LineEnd end =
         ReadLine(terminal.Fd(), answer, [&] { return signals.AwaitInput(terminal.Fd()); });
     if (echo == Echo::Off) {
-        terminal.Say("\n");
+        terminal.Show("\n");
     }
     return end;
 }
 
 } // namespace
 
-LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer)
+LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer, int fd)
 {
-    const CTerminal terminal;
+    const CTerminal terminal(fd);
     if (terminal.Fd() < 0) {
         return LineEnd::Failed;
     }
     for (;;) {
+        if (!terminal.AwaitForeground()) {
+            return LineEnd::Failed;
+        }
         const LineEnd end = AskOnce(terminal, question, echo, answer);
         if (g_signal == 0) {
             return end;
@@ -156,11 +181,11 @@ LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answ
     }
 }
 
-void SayAtTerminal(const std::string& line)
+void SayAtTerminal(const std::string& line, int fd)
 {
-    const CTerminal terminal;
+    const CTerminal terminal(fd);
     if (terminal.Fd() >= 0) {
-        terminal.Say(line + "\n");
+        terminal.Show(line + "\n");
     }
 }
 

@@ -14,13 +14,17 @@ namespace tool {
 
 enum class Echo { Off, On };
 
-/// Asks at the terminal, whatever standard input and output are.
+/// Instead of a descriptor: the terminal of this session, whatever standard input and output are.
+constexpr int CONTROLLING_TERMINAL = -1;
+
+/// Asks at a terminal.
 /// \return Failed when there is no terminal. A signal that ends the program does so once the
 ///         terminal is restored; after a stop the question is asked again.
-LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer);
+LineEnd AskAtTerminal(const std::string& question, Echo echo, CSecretInput& answer,
+                      int fd = CONTROLLING_TERMINAL);
 
-/// Shows a line at the terminal.
-void SayAtTerminal(const std::string& line);
+/// Shows a line at a terminal.
+void SayAtTerminal(const std::string& line, int fd = CONTROLLING_TERMINAL);
 
 } // namespace tool
 

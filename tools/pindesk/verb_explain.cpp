@@ -1,88 +1,95 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// pindesk explain: looks up a result code of the library, or a status word of a card.
+// pindesk explain: looks up a result code of the library, a status word of a card, or an exit status
+// of this program.
 
-#include "explain.h"
+#include "language.h"
 #include "numbers.h"
 #include "verbs.h"
 
-#include <algorithm>
+#include <optional>
 
 namespace tool {
 
 namespace {
 
-struct StatusWordMeaning {
-    unsigned mask, word;
-    const char* meaning;
-    const char* advice;
-};
-
-constexpr StatusWordMeaning kStatusWords[] = {
-    {0xFFFF, 0x9000, "The command succeeded; to a query for tries: already verified.", ""},
-    {0xFFFF, 0x6283, "The selected file is deactivated.", "For the signature: pindesk reactivate"},
-    {0xFFFF, 0x63C0, "A wrong value, and no try is left: the secret is blocked now.",
-     "A PIN comes back with: pindesk unblock"},
-    {0xFFF0, 0x63C0,
-     "A wrong value, or the answer to a query for tries; the last digit is the "
-     "number of tries left.",
-     "pindesk status tells whose they are."},
-    {0xFFFF, 0x6700, "The length of the command's data is wrong.", ""},
-    {0xFFFF, 0x6982, "The card asks for another right first: a PIN, a key or secure messaging.",
-     ""},
-    {0xFFFF, 0x6983, "The secret is blocked.", "A PIN comes back with: pindesk unblock"},
-    {0xFFFF, 0x6984, "The secret is deactivated.", "For the signature PIN: pindesk reactivate"},
-    {0xFFFF, 0x6985, "The card does not allow the command in its present state.", ""},
-    {0xFFFF, 0x6987, "Objects of the secure messaging are missing.",
-     "The card wants secure messaging: leave out --no-sm."},
-    {0xFFFF, 0x6988, "Objects of the secure messaging are wrong.",
-     "The key is not the card's: --sm-key-file."},
-    {0xFFFF, 0x6A80, "The data of the command are wrong.", ""},
-    {0xFFFF, 0x6A81, "The card does not have this function.", ""},
-    {0xFFFF, 0x6A82, "The file does not exist.", "Another kind of card? See: pindesk identify"},
-    {0xFFFF, 0x6A83, "The record does not exist.", ""},
-    {0xFFFF, 0x6A86, "The parameters of the command are wrong.", ""},
-    {0xFFFF, 0x6A88, "The card has no such secret or key.",
-     "The reference can be set: pindesk --help, --set"},
-    {0xFFFF, 0x6B00, "The offset lies outside the file.", ""},
-    {0xFFFF, 0x6D00, "The card does not know the command.", ""},
-    {0xFFFF, 0x6E00, "The card does not know this class of commands.", ""},
-    {0xFFFF, 0x6F00, "The card failed without saying why, or gave an empty answer.",
-     "Take the card out and insert it again."},
-};
+constexpr std::size_t CODE_DIGITS = 3;
 
 // A result code is a decimal of up to three digits, with or without its minus.
-bool ToResultCode(const std::string& text, long& code)
+std::optional<std::int32_t> ToResultCode(const std::string& text)
 {
-    const std::string digits = text.compare(0, 1, "-") == 0 ? text.substr(1) : text;
-    if (digits.size() > 3 || !ToNumber(digits, DECIMAL, code) || code < 0) {
-        return false;
-    }
-    code = -code;
-    return true;
+    const std::string digits = text.starts_with('-') ? text.substr(1) : text;
+    std::int32_t code = 0;
+    const bool isCode = digits.size() <= CODE_DIGITS && ToNumber(digits, DECIMAL, code) &&
+                        code >= 0 && !InWords(pindesk_code_text, -code).empty();
+    return isCode ? std::optional(-code) : std::nullopt;
 }
 
 // A status word is four hexadecimal digits, or the decimal that the library returns for it.
-bool ToStatusWord(const std::string& text, long& word)
+std::optional<std::uint16_t> ToStatusWord(const std::string& text)
 {
-    constexpr long FIRST = 0x6000, LAST = 0x9FFF;
-    const bool hasPrefix = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
+    constexpr std::uint16_t FIRST = 0x6000, LAST = 0x9FFF;
+    constexpr std::size_t HEX_DIGITS = 4, DECIMAL_DIGITS = 5;
+    const bool hasPrefix = text.starts_with("0x") || text.starts_with("0X");
     const std::string digits = hasPrefix ? text.substr(2) : text;
-    const int base = digits.size() == 5 && !hasPrefix ? DECIMAL : HEXADECIMAL;
-    if (digits.size() < 4 || digits.size() > 5 || !ToNumber(digits, base, word)) {
-        return false;
-    }
-    return word >= FIRST && word <= LAST;
+    const bool isDecimal = digits.size() == DECIMAL_DIGITS && !hasPrefix;
+    std::uint16_t word = 0;
+    const bool isWord = (isDecimal || digits.size() == HEX_DIGITS) &&
+                        ToNumber(digits, isDecimal ? DECIMAL : HEXADECIMAL, word) &&
+                        word >= FIRST && word <= LAST;
+    return isWord ? std::optional(word) : std::nullopt;
 }
 
-Outcome Explained(const std::string& name, const char* meaning, const char* advice)
+std::optional<pindesk_outcome> ToExitStatus(const std::string& text)
+{
+    int status = 0;
+    const bool isStatus = ToNumber(text, DECIMAL, status) && status >= PINDESK_DONE &&
+                          status <= PINDESK_INTERNAL_ERROR;
+    return isStatus ? std::optional(static_cast<pindesk_outcome>(status)) : std::nullopt;
+}
+
+Outcome Explained(const std::string& name, const std::string& meaning, const std::string& advice)
 {
     Outcome outcome;
-    outcome.output = name + ": " + meaning + "\n";
-    if (*advice != '\0') {
-        outcome.output += std::string(advice) + "\n";
-    }
+    outcome.output = name + ": " + meaning + "\n" + (advice.empty() ? "" : advice + "\n");
     outcome.fields = {{"meaning", meaning}, {"what_to_do", advice}};
+    return outcome;
+}
+
+Outcome ExplainExitStatus(pindesk_outcome status)
+{
+    Outcome outcome = Explained(Say("exit status {status}", {{"status", std::to_string(status)}}),
+                                InWords(pindesk_outcome_text, status), "");
+    outcome.fields.push_back({"name", std::string(pindesk_outcome_name(status))});
+    return outcome;
+}
+
+// The same number can be an exit status of ours: a bare one is told as both.
+Outcome ExplainResultCode(std::int32_t code, const std::string& text)
+{
+    const pindesk_outcome stands = pindesk_code_outcome(code);
+    Outcome outcome = Explained(std::to_string(code), InWords(pindesk_code_text, code),
+                                InWords(pindesk_code_advice, code));
+    outcome.code = code;
+    outcome.fields.push_back({"exit_status_of_code", long{stands}});
+    const std::optional<pindesk_outcome> status = ToExitStatus(text);
+    if (status) {
+        const Outcome other = ExplainExitStatus(*status);
+        outcome.output += other.output;
+        outcome.fields.push_back(
+            {"meaning_as_exit_status", InWords(pindesk_outcome_text, *status)});
+    }
+    return outcome;
+}
+
+Outcome ExplainStatusWord(std::uint16_t word)
+{
+    const std::string meaning = InWords(pindesk_status_word_text, word);
+    Outcome outcome = Explained(
+        StatusWordText(word),
+        meaning.empty() ? Say("A status word without a meaning common to all cards.") : meaning,
+        "");
+    outcome.statusWord = word;
     return outcome;
 }
 
@@ -90,31 +97,26 @@ Outcome Explained(const std::string& name, const char* meaning, const char* advi
 
 Outcome ExplainCode(const Options& options)
 {
-    long number = 0;
-    if (ToResultCode(options.target, number) && FindCode(number) != nullptr) {
-        const CodeMeaning& meaning = MeaningOf(number);
-        Outcome outcome = Explained(std::to_string(number), meaning.meaning, meaning.advice);
-        outcome.code = number;
-        outcome.fields["exit_status_of_code"] = static_cast<int>(meaning.status);
-        return outcome;
+    const std::string text = options.Target();
+    if (text == "exit" && options.words.size() == 2) {
+        if (const auto status = ToExitStatus(options.words.back())) {
+            return ExplainExitStatus(*status);
+        }
     }
-    if (ToStatusWord(options.target, number)) {
-        const auto word = static_cast<unsigned>(number);
-        const auto* const found = std::find_if(
-            std::begin(kStatusWords), std::end(kStatusWords),
-            [word](const StatusWordMeaning& row) { return (word & row.mask) == row.word; });
-        const bool isKnown = found != std::end(kStatusWords);
-        Outcome outcome = Explained(StatusWordText(static_cast<std::uint16_t>(word)),
-                                    isKnown ? found->meaning
-                                            : "A status word without a meaning "
-                                              "common to all cards.",
-                                    isKnown ? found->advice : "");
-        outcome.statusWord = static_cast<std::uint16_t>(word);
-        return outcome;
+    if (options.words.size() == 1) {
+        if (const auto code = ToResultCode(text)) {
+            return ExplainResultCode(*code, text);
+        }
+        if (const auto word = ToStatusWord(text)) {
+            return ExplainStatusWord(*word);
+        }
+        if (const auto status = ToExitStatus(text)) {
+            return ExplainExitStatus(*status);
+        }
     }
-    throw CFailure(ExitStatus::Usage,
-                   "explain takes a result code (-22 or 22) or a status word (63C2 or 0x63C2).",
-                   "The manual lists the result codes: man pindesk");
+    RefuseUsage(Say("explain takes a result code (-22 or 22), a status word (63C2 or 0x63C2) or an "
+                    "exit status (exit 4)."),
+                Say("The manual lists them: man pindesk"));
 }
 
 } // namespace tool

@@ -11,6 +11,10 @@ package it.velmar;
  * (authentication) and the signature application (DS). Commands of the signature application travel
  * under secure messaging, with the key that the native library holds.
  *
+ * <p>{@link it.velmar.pindesk.Desk} is the better door for new programs: it tells the tries that
+ * are left, keeps the last one, takes an issuer's key and a deadline, knows what holds after a lost
+ * answer, and puts everything into words. These methods answer with a number.
+ *
  * <p>All methods follow the same rules:
  *
  * <ul>

@@ -1,20 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A reader with a card that a fault can take out for a moment.
+// A reader whose card an event can take out or reset.
 
 #include "inprocess/reader.h"
 
 namespace vcard {
-namespace {
 
-constexpr std::chrono::milliseconds ABSENCE{1000};
-
-} // namespace
-
-CReader::CReader(const SSettings& settings)
-    : m_strName(settings.strReader), m_plugged(settings.session),
-      m_dwProtocol(settings.session.card.bT1 ? SCARD_PROTOCOL_T1 : SCARD_PROTOCOL_T0),
-      m_back(Clock::now())
+CReader::CReader(const SReaderSettings& settings)
+    : m_strName(settings.strName), m_plugged(settings.plugged),
+      m_dwProtocol(m_plugged.IsT1() ? SCARD_PROTOCOL_T1 : SCARD_PROTOCOL_T0),
+      m_absence(settings.plugged.absence), m_bStartedEmpty(settings.plugged.arrival.count() > 0),
+      m_back(Clock::now() + settings.plugged.arrival)
 {
 }
 
@@ -24,16 +20,17 @@ void CReader::Reset()
     m_plugged.Reset();
 }
 
-LONG CReader::Transmit(std::span<const std::uint8_t> command, Bytes& answer)
+void CReader::Play(EEvent event)
 {
-    SExchange exchange = m_plugged.Transmit(command);
-    answer = std::move(exchange.answer);
-    if (exchange.bRemoved) {
-        m_back = Clock::now() + ABSENCE;
+    const bool bLeaves =
+        event == EEvent::REMOVED || event == EEvent::PULLED || event == EEvent::SWAPPED;
+    if (bLeaves) {
         ++m_ulRemovals;
-        m_plugged.Reset();
+        m_back = event == EEvent::PULLED ? Clock::time_point::max() : Clock::now() + m_absence;
+    } else {
+        ++m_ulResets;
     }
-    return static_cast<LONG>(exchange.ulPcscError);
+    m_plugged.Play(event);
 }
 
 } // namespace vcard

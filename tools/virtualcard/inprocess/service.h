@@ -1,26 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The in-process resource manager: contexts, connections, transactions and status events over one
-// reader. It answers invalid handles and conflicts with the codes that pcscd gives.
+// The in-process resource manager: contexts, connections, transactions and status events over a
+// few readers. It answers invalid handles and conflicts with the codes that pcscd gives.
 
-#ifndef VIRTUALCARD_INPROCESS_SERVICE_H
-#define VIRTUALCARD_INPROCESS_SERVICE_H
+#ifndef TOOLS_VIRTUALCARD_INPROCESS_SERVICE_H
+#define TOOLS_VIRTUALCARD_INPROCESS_SERVICE_H
 
 #include "inprocess/reader.h"
 
 #include <condition_variable>
+#include <deque>
 #include <map>
 #include <mutex>
-#include <set>
+#include <nlohmann/json.hpp>
+#include <string_view>
 #include <winscard.h>
 
 namespace vcard {
 
 /// Safe for use by several threads. All functions return PC/SC codes. While one connection holds a
-/// transaction, the others wait in every call but End and a Disconnect that leaves the card alone.
+/// transaction, the others to its card wait in every call but End and a Disconnect that leaves the
+/// card alone.
 class CService {
 public:
-    explicit CService(const SSettings& settings) : m_reader(settings) {}
+    explicit CService(const std::vector<SReaderSettings>& readers);
 
     LONG Establish(SCARDCONTEXT& hContext);
     LONG Release(SCARDCONTEXT hContext); ///< disconnects what was connected in it
@@ -54,12 +57,30 @@ public:
     /// \returns SCARD_S_SUCCESS once one differs from what its owner knew, or SCARD_E_TIMEOUT
     LONG WaitForChange(SCARDCONTEXT hContext, DWORD dwTimeout, std::span<SCARD_READERSTATE> states);
 
+    /// Lets something happen between two calls, to the first reader or to the service.
+    void Play(EEvent event);
+
+    /// Of the cards, by the names of their readers.
+    nlohmann::json Counters();
+
+    /// Contexts, connections and transactions that are open.
+    std::size_t Open();
+
 private:
+    struct SSlot {
+        CReader reader;
+        SCARDHANDLE hHolder = 0;  // of the transaction
+        unsigned long ulHeld = 0; // how often it began without an end
+
+        bool HeldBy(SCARDHANDLE hCard) const { return ulHeld > 0 && hHolder == hCard; }
+        bool HeldByOther(SCARDHANDLE hCard) const { return ulHeld > 0 && hHolder != hCard; }
+    };
     struct SContext {
         bool bCancelled = false;
     };
     struct SConnection {
         SCARDCONTEXT hContext;
+        SSlot* pSlot;
         bool bExclusive;
         unsigned long ulRemovals; // of the reader, as they were when it last looked
         unsigned long ulResets;
@@ -67,24 +88,28 @@ private:
     using Lock = std::unique_lock<std::mutex>;
     using Connections = std::map<SCARDHANDLE, SConnection>;
 
+    LONG NoHandle(long hHandle) const;
+    SSlot* FindSlot(std::string_view name);
     LONG CheckCard(SCARDHANDLE hCard) const;
-    LONG CheckShare(SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols) const;
-    bool Holds(SCARDHANDLE hCard) const { return m_ulHeld > 0 && m_hHolder == hCard; }
-    bool HeldByOther(SCARDHANDLE hCard) const { return m_ulHeld > 0 && m_hHolder != hCard; }
+    LONG CheckShare(const SSlot& slot, SCARDHANDLE hCard, DWORD dwShare, DWORD dwProtocols) const;
+    void AwaitTurn(Lock& lock, const SSlot& slot, SCARDHANDLE hCard);
     void AwaitTurn(Lock& lock, SCARDHANDLE hCard);
-    void Dispose(SConnection* connection, DWORD dwDisposition);
+    LONG Play(SSlot& slot, EEvent event);
+    void Die();
+    static void Dispose(SConnection& connection, DWORD dwDisposition);
     void Drop(Connections::iterator connection, DWORD dwDisposition);
-    bool FillEvent(SCARD_READERSTATE& state) const;
-    DWORD EventState() const;
+    bool FillEvent(SCARD_READERSTATE& state);
+    DWORD EventState(const SSlot& slot) const;
+    CReader::Clock::time_point NextReturn() const;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    CReader m_reader;
+    std::deque<SSlot> m_slots;
     std::map<SCARDCONTEXT, SContext> m_contexts;
     Connections m_connections;
     long m_lLastHandle = 0;
-    SCARDHANDLE m_hHolder = 0;  // of the transaction
-    unsigned long m_ulHeld = 0; // how often it began without an end
+    long m_lLastDead = 0; // the handles up to this one died with a service
+    bool m_bKilled = false;
 };
 
 } // namespace vcard

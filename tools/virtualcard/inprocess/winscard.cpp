@@ -4,13 +4,12 @@
 // place of libpcsclite it gives the calling process a reader with a virtual card, without any
 // daemon.
 
-#include "inprocess/service.h"
+#include "inprocess/current.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <memory>
 #include <winscard.h>
 
 using vcard::Bytes;
@@ -18,25 +17,11 @@ using vcard::CService;
 
 namespace {
 
-/// The process's service; null where its settings are wrong, which was then said.
-CService* Service()
-{
-    static const std::unique_ptr<CService> service = [] {
-        try {
-            return std::make_unique<CService>(vcard::SettingsFromEnvironment());
-        } catch (const std::exception& error) {
-            std::cerr << "virtual card: " << error.what() << '\n';
-            return std::unique_ptr<CService>();
-        }
-    }();
-    return service.get();
-}
-
 /// Runs a call on the service.
 template <typename Call> LONG WithService(Call call)
 {
     try {
-        CService* service = Service();
+        const std::shared_ptr<CService> service = vcard::CurrentService();
         return service == nullptr ? SCARD_E_NO_SERVICE : call(*service);
     } catch (const std::exception& error) {
         std::cerr << "virtual card: " << error.what() << '\n';

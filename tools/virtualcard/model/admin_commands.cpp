@@ -67,7 +67,7 @@ SSecurityObject ObjectFromBody(const SCardImage& image, const CDataObjects& body
     object.bTriesLeft = object.MaxTries();
 
     const bool bCounted =
-        object.Kind() == EObjectKind::ePin || object.Kind() == EObjectKind::eAuthKey;
+        object.Kind() == EObjectKind::PIN || object.Kind() == EObjectKind::AUTH_KEY;
     Require(object.bId != 0 && (!bCounted || object.MaxTries() > 0), sw::WRONG_DATA);
     if (!value.empty()) {
         SetValue(image, object, value);
@@ -113,7 +113,7 @@ SAnswer SetActive(SMachine& card, const SCommand& command, bool bActive)
     if (command.P1P2() == 0 && !command.abData.empty()) {
         Require(command.abData.size() == 2, sw::WRONG_LENGTH);
         SSecurityObject& object = card.session.Object(command.abData[1] | REFERENCE_LOCAL,
-                                                      {EObjectKind::ePin, EObjectKind::eAuthKey});
+                                                      {EObjectKind::PIN, EObjectKind::AUTH_KEY});
         RequireIssuerAccess(
             card.session,
             object.abAccess[bActive ? object_access::ACTIVATE : object_access::DEACTIVATE]);
@@ -163,9 +163,9 @@ SAnswer ToggleLifeCycle(SMachine& card, const SCommand& command)
 {
     Require(command.P1P2() == 0, sw::WRONG_P1P2);
     RequireIssuerAccess(card.session, card.session.Mf().abAccess[file_access::LIFE_CYCLE]);
-    card.image.lifeCycle = card.image.lifeCycle == ELifeCycle::eOperational
-                               ? ELifeCycle::eAdministration
-                               : ELifeCycle::eOperational;
+    card.image.lifeCycle = card.image.lifeCycle == ELifeCycle::OPERATIONAL
+                               ? ELifeCycle::ADMINISTRATION
+                               : ELifeCycle::OPERATIONAL;
     return {};
 }
 

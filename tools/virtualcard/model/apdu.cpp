@@ -34,7 +34,9 @@ SCommand ParseCommand(ByteView apdu)
 
     const std::uint8_t bP3 = apdu[HEADER];
     const ByteView body = apdu.subspan(HEADER + 1);
-    if (body.empty()) {
+    // GET RESPONSE has no data, so that its fifth byte is Le; terminals send a sixth behind it.
+    const bool bGetResponse = command.bIns == ins::GET_RESPONSE && body.size() <= 1;
+    if (body.empty() || bGetResponse) {
         SetLe(command, bP3);
         return command;
     }

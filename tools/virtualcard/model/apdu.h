@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Short APDUs (ISO/IEC 7816-4): a command taken apart, an answer put together.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_APDU_H
+#define TOOLS_VIRTUALCARD_MODEL_APDU_H
 
 #include "model/bytes.h"
 #include "model/iso7816.h"
@@ -38,3 +39,5 @@ SCommand ParseCommand(ByteView apdu);
 Bytes Serialize(const SAnswer& answer);
 
 } // namespace vcard
+
+#endif

@@ -28,7 +28,7 @@ SAnswer ExternalAuthenticate(SMachine& card, const SCommand& command)
 {
     Require(command.bP1 == 0, sw::WRONG_P1P2);
     Require(command.abData.size() == 8, sw::WRONG_LENGTH);
-    SSecurityObject& key = card.session.Object(command.bP2, {EObjectKind::eAuthKey});
+    SSecurityObject& key = card.session.Object(command.bP2, {EObjectKind::AUTH_KEY});
     const Bytes challenge = card.session.TakeChallenge();
     Require(!challenge.empty(), sw::CONDITIONS);
     Require(key.abValue.size() == DES3_KEY, sw::CONDITIONS);
@@ -46,7 +46,7 @@ SAnswer InternalAuthenticate(SMachine& card, const SCommand& command)
     // RSA keys only: a checksum over data of the caller's choice would answer any challenge that
     // the card sets for its own Triple-DES keys.
     Require(command.bP1 == 0, sw::WRONG_P1P2);
-    const SSecurityObject& key = card.session.Object(command.bP2, {EObjectKind::eRsaKey});
+    const SSecurityObject& key = card.session.Object(command.bP2, {EObjectKind::RSA_KEY});
     RequireAccess(card.session, key.abAccess[object_access::USE]);
     return RsaSign(key.abValue, command.abData);
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Byte strings: the two types the model speaks, big-endian numbers and hexadecimal text.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_BYTES_H
+#define TOOLS_VIRTUALCARD_MODEL_BYTES_H
 
 #include <cstdint>
 #include <span>
@@ -56,3 +57,5 @@ std::string ToHex(ByteView bytes);
 Bytes FromHex(const std::string& strHex);
 
 } // namespace vcard
+
+#endif

@@ -25,7 +25,7 @@ CCard::~CCard() = default;
 
 Bytes CCard::Atr() const
 {
-    return MakeAtr(m_pImpl->options);
+    return AtrOf(m_pImpl->machine.image, m_pImpl->options);
 }
 
 void CCard::Reset()

@@ -2,7 +2,8 @@
 //
 // The virtual card, free of any transport: bytes of a command in, bytes of the answer out.
 // It knows nothing of readers, sockets or PC/SC; the plugs beside this directory do.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_CARD_H
+#define TOOLS_VIRTUALCARD_MODEL_CARD_H
 
 #include <cstdint>
 #include <memory>
@@ -18,8 +19,9 @@ using Bytes = std::vector<std::uint8_t>;
 /// What the person who starts the card chooses.
 struct SCardOptions {
     std::string strProfile = "cns"; ///< one of ProfileNames()
-    std::string strSerial;          ///< 16 printable characters; empty: the profile's own
+    std::string strSerial{};        ///< 16 printable characters; empty: the profile's own
     bool bT1 = true;                ///< an ATR that announces T=1, else T=0
+    Bytes abAtr{};                  ///< instead of the profile's own; empty: that one
     bool bRequireSm = false;        ///< signature secrets only under secure messaging (6987 else)
     bool bUnpadded = false;         ///< secrets stored without padding: another length gets 6700
 };
@@ -32,14 +34,15 @@ std::vector<std::string> ProfileNames();
 class CCard {
 public:
     /// A fresh card of the chosen profile, powered up.
-    /// Throws std::invalid_argument with a clear text on an unknown profile or a bad serial number.
+    /// Throws std::invalid_argument with a clear text on an unknown profile, a bad serial number or
+    /// an answer to reset that is none.
     explicit CCard(const SCardOptions& options);
     ~CCard();
     CCard(const CCard&) = delete;
     CCard& operator=(const CCard&) = delete;
 
-    /// The answer to reset (ISO/IEC 7816-3): protocol as chosen, the profile in the historical
-    /// bytes.
+    /// The answer to reset (ISO/IEC 7816-3): as chosen, else protocol as chosen and the profile in
+    /// the historical bytes.
     Bytes Atr() const;
 
     /// Power-up or reset: selection, security status and pending randoms are forgotten.
@@ -69,3 +72,5 @@ private:
 };
 
 } // namespace vcard
+
+#endif

@@ -3,7 +3,8 @@
 // The commands of the card, one function each, grouped by the file that holds them. Each gets a
 // command with the class and instruction it is listed for, and returns data and a status word or
 // throws SRefusal. A refused command has changed nothing but try counters and security status.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_COMMANDS_H
+#define TOOLS_VIRTUALCARD_MODEL_COMMANDS_H
 
 #include "model/apdu.h"
 #include "model/machine.h"
@@ -15,6 +16,9 @@ SAnswer Select(SMachine& card, const SCommand& command);
 SAnswer ReadBinary(SMachine& card, const SCommand& command);
 SAnswer UpdateBinary(SMachine& card, const SCommand& command);
 SAnswer ListFiles(SMachine& card, const SCommand& command);
+
+// t0_answers.cpp
+SAnswer GetResponse(SMachine& card, const SCommand& command);
 
 // record_commands.cpp
 SAnswer ReadRecord(SMachine& card, const SCommand& command);
@@ -52,3 +56,5 @@ SAnswer ExtendObject(SMachine& card, const SCommand& command);
 SAnswer LoadRsaKey(SMachine& card, const SCommand& command);
 
 } // namespace vcard
+
+#endif

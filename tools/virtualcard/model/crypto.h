@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Triple-DES and the retail MAC, on libcrypto.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_CRYPTO_H
+#define TOOLS_VIRTUALCARD_MODEL_CRYPTO_H
 
 #include "model/bytes.h"
 
@@ -31,3 +32,5 @@ bool SecretsEqual(ByteView a, ByteView b);
 Bytes RandomBytes(std::size_t cb);
 
 } // namespace vcard
+
+#endif

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The table of commands, and secure messaging around it.
+// Finds the command, and puts secure messaging around it.
 #include "model/dispatcher.h"
 
-#include "model/commands.h"
+#include "model/apdu.h"
+#include "model/command_table.h"
 #include "model/secure_messaging.h"
+#include "model/t0_answers.h"
 
 #include <algorithm>
 
@@ -12,63 +14,36 @@ namespace vcard {
 
 namespace {
 
-struct SRow {
-    std::uint8_t bCla, bIns;
-    SAnswer (*pHandler)(SMachine&, const SCommand&);
-};
-
-constexpr SRow COMMANDS[] = {
-    {cla::ISO, ins::SELECT, Select},
-    {cla::ISO, ins::READ_BINARY, ReadBinary},
-    {cla::ISO, ins::UPDATE_BINARY, UpdateBinary},
-    {cla::ISO, ins::READ_RECORD, ReadRecord},
-    {cla::ISO, ins::UPDATE_RECORD, UpdateRecord},
-    {cla::ISO, ins::APPEND_RECORD, AppendRecord},
-    {cla::ISO, ins::VERIFY, Verify},
-    {cla::ISO, ins::CHANGE_REFERENCE_DATA, ChangeReferenceData},
-    {cla::ISO, ins::RESET_RETRY_COUNTER, ResetRetryCounter},
-    {cla::ISO, ins::GET_CHALLENGE, GetChallenge},
-    {cla::ISO, ins::EXTERNAL_AUTHENTICATE, ExternalAuthenticate},
-    {cla::ISO, ins::INTERNAL_AUTHENTICATE, InternalAuthenticate},
-    {cla::ISO, ins::GET_DATA, GetData},
-    {cla::ISO, ins::PUT_DATA, PutData},
-    {cla::ISO, ins::CREATE_FILE, CreateFile},
-    {cla::ISO, ins::DELETE_FILE, DeleteFile},
-    {cla::ISO, ins::ACTIVATE, Activate},
-    {cla::ISO, ins::DEACTIVATE, Deactivate},
-    {cla::ISO, ins::MANAGE_SECURITY_ENVIRONMENT, ManageSecurityEnvironment},
-    {cla::ISO, ins::PERFORM_SECURITY_OPERATION, PerformSecurityOperation},
-    {cla::ISO, ins::GENERATE_KEY_PAIR, GenerateKeyPair},
-    {cla::CARD, ins::GIVE_RANDOM, GiveRandom},
-    {cla::CARD, ins::LIST_FILES, ListFiles},
-    {cla::CARD, ins::TOGGLE_LIFE_CYCLE, ToggleLifeCycle},
-    {cla::CARD, ins::CHANGE_REFERENCE_DATA, ChangeOrUnblock},
-    {cla::CARD, ins::EXPORT_PUBLIC_KEY, ExportPublicKey},
-    {cla::CARD_KEY, ins::CHANGE_KEY_DATA, ChangeKeyData},
-    {cla::CARD_RSA, ins::LOAD_RSA_KEY, LoadRsaKey},
-    {cla::CARD_RSA, ins::EXTEND_OBJECT, ExtendObject},
-};
-
-const SRow& FindRow(const SCommand& command)
+const SCommandRow& FindRow(const SCommand& command)
 {
-    const auto bSameIns = [&](const SRow& row) { return row.bIns == command.bIns; };
-    const auto bSameCla = [&](const SRow& row) { return row.bCla == command.bCla; };
-    const auto it = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
-                                 [&](const SRow& row) { return bSameCla(row) && bSameIns(row); });
-    if (it != std::end(COMMANDS)) {
+    const auto bSameIns = [&](const SCommandRow& row) { return row.bIns == command.bIns; };
+    const auto bSameCla = [&](const SCommandRow& row) { return row.bCla == command.bCla; };
+    const auto it = std::ranges::find_if(
+        Commands(), [&](const SCommandRow& row) { return bSameCla(row) && bSameIns(row); });
+    if (it != Commands().end()) {
         return *it;
     }
-    const bool bKnownCla = std::any_of(std::begin(COMMANDS), std::end(COMMANDS), bSameCla);
-    const bool bKnownIns = std::any_of(std::begin(COMMANDS), std::end(COMMANDS), bSameIns);
+    const bool bKnownCla = std::ranges::any_of(Commands(), bSameCla);
+    const bool bKnownIns = std::ranges::any_of(Commands(), bSameIns);
     throw SRefusal(bKnownCla && !bKnownIns ? sw::UNKNOWN_INS : sw::UNKNOWN_CLA);
+}
+
+/// What a deactivated DF leaves open: leaving it, and whatever it takes to activate it again.
+bool WorksWhenDeactivated(std::uint8_t bIns)
+{
+    constexpr std::uint8_t OPEN[] = {ins::SELECT,        ins::ACTIVATE,
+                                     ins::GET_CHALLENGE, ins::GIVE_RANDOM,
+                                     ins::GET_RESPONSE,  ins::EXTERNAL_AUTHENTICATE};
+    return std::ranges::find(OPEN, bIns) != std::end(OPEN);
 }
 
 SAnswer Execute(SMachine& card, const SCommand& command)
 {
-    const SRow& row = FindRow(command);
+    const SCommandRow& row = FindRow(command);
     // Terminals send MANAGE SECURITY ENVIRONMENT with three zero bytes behind its data.
     Require(!command.bTrailingZeros || row.bIns == ins::MANAGE_SECURITY_ENVIRONMENT,
             sw::WRONG_LENGTH);
+    Require(card.session.PathIsActive() || WorksWhenDeactivated(row.bIns), sw::CONDITIONS);
     return row.pHandler(card, command);
 }
 
@@ -85,11 +60,14 @@ SAnswer WithinLe(const SCommand& command, SAnswer answer)
 SAnswer ExecuteAny(SMachine& card, ByteView apdu)
 {
     const SCommand command = ParseCommand(apdu);
+    if (command.bIns != ins::GET_RESPONSE) {
+        card.session.HoldBack({}); // what was not fetched is lost
+    }
     if (command.bCla != cla::PROTECTED) {
-        return WithinLe(command, Execute(card, command));
+        return OverT0(card, command, WithinLe(command, Execute(card, command)));
     }
     const SOpened opened = OpenCommand(card.session, command);
-    return SealAnswer(opened, Execute(card, opened.command));
+    return OverT0(card, command, SealAnswer(opened, Execute(card, opened.command)));
 }
 
 } // namespace

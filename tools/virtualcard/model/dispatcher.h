@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From the bytes of a command to the bytes of its answer.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_DISPATCHER_H
+#define TOOLS_VIRTUALCARD_MODEL_DISPATCHER_H
 
 #include "model/machine.h"
 
@@ -12,3 +13,5 @@ namespace vcard {
 Bytes Dispatch(SMachine& card, ByteView apdu) noexcept;
 
 } // namespace vcard
+
+#endif

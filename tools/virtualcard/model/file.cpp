@@ -32,15 +32,15 @@ Bytes DescriptorBytes(const SFile& file)
 
 bool IsFileType(std::uint8_t b)
 {
-    constexpr EFileType KNOWN[] = {EFileType::eTransparent, EFileType::eLinearFixed,
-                                   EFileType::eLinearTlv, EFileType::eCyclic, EFileType::eDf};
+    constexpr EFileType KNOWN[] = {EFileType::TRANSPARENT, EFileType::LINEAR_FIXED,
+                                   EFileType::LINEAR_TLV, EFileType::CYCLIC, EFileType::DF};
     return std::any_of(std::begin(KNOWN), std::end(KNOWN),
                        [b](EFileType type) { return static_cast<std::uint8_t>(type) == b; });
 }
 
 bool HasFixedRecords(EFileType type)
 {
-    return type == EFileType::eLinearFixed || type == EFileType::eCyclic;
+    return type == EFileType::LINEAR_FIXED || type == EFileType::CYCLIC;
 }
 
 SFile* SFile::Child(std::uint16_t wChildFid)

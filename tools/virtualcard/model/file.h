@@ -2,7 +2,8 @@
 //
 // Files of the card: what a DF or EF is made of, and the descriptor (file control information)
 // that SELECT shows and that CREATE FILE and PUT DATA write.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_FILE_H
+#define TOOLS_VIRTUALCARD_MODEL_FILE_H
 
 #include "model/security_object.h"
 
@@ -12,11 +13,11 @@
 namespace vcard {
 
 enum class EFileType : std::uint8_t { // the file descriptor byte
-    eTransparent = 0x01,
-    eLinearFixed = 0x02,
-    eLinearTlv = 0x05,
-    eCyclic = 0x06,
-    eDf = 0x38
+    TRANSPARENT = 0x01,
+    LINEAR_FIXED = 0x02,
+    LINEAR_TLV = 0x05,
+    CYCLIC = 0x06,
+    DF = 0x38
 };
 
 /// True for the descriptor bytes above.
@@ -36,7 +37,7 @@ constexpr std::size_t SM_COUNT = 24;  // secure-messaging bytes that may follow
 
 struct SFile {
     std::uint16_t wFid = 0;
-    EFileType type = EFileType::eTransparent;
+    EFileType type = EFileType::TRANSPARENT;
     std::uint16_t wSize = 0; ///< bytes of a transparent EF, room for the records of another
     std::uint8_t bRecordSize = 0;
     std::uint8_t bFlags = 0;
@@ -50,8 +51,8 @@ struct SFile {
     std::list<SFile> children;          ///< DF; addresses stay valid while others come and go
     std::list<SSecurityObject> objects; ///< DF
 
-    bool IsDf() const { return type == EFileType::eDf; }
-    bool IsTransparent() const { return type == EFileType::eTransparent; }
+    bool IsDf() const { return type == EFileType::DF; }
+    bool IsTransparent() const { return type == EFileType::TRANSPARENT; }
     SFile* Child(std::uint16_t wChildFid);
     /// Bytes that this file and everything below it take of the card's memory.
     std::size_t Footprint() const;
@@ -69,3 +70,5 @@ SFile FileFromDescriptor(ByteView body);
 void RewriteConditions(SFile& file, ByteView body);
 
 } // namespace vcard
+
+#endif

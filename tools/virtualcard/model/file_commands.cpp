@@ -42,6 +42,7 @@ Path Descend(Path path, std::span<const std::uint16_t> fids)
 {
     for (const std::uint16_t wFid : fids) {
         Require(path.back()->IsDf(), sw::FILE_NOT_FOUND);
+        Require(path.back()->bActive, sw::CONDITIONS);
         path.push_back(&RequireChild(*path.back(), wFid));
     }
     return path;
@@ -144,7 +145,10 @@ SAnswer Select(SMachine& card, const SCommand& command)
     if (!file.IsDf()) {
         card.session.SelectEf(file);
     }
-    return bWithFci ? SAnswer(Describe(file)) : SAnswer();
+    if (!bWithFci) {
+        return {};
+    }
+    return {Describe(file), file.bActive ? sw::SUCCESS : sw::FILE_DEACTIVATED};
 }
 
 SAnswer ReadBinary(SMachine& card, const SCommand& command)

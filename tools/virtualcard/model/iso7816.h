@@ -2,7 +2,8 @@
 //
 // Numbers of the card standard: instruction bytes and status words of ISO/IEC 7816-4 and -8, and
 // the card's own instructions, each named once.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_ISO7816_H
+#define TOOLS_VIRTUALCARD_MODEL_ISO7816_H
 
 #include <cstdint>
 #include <exception>
@@ -11,6 +12,7 @@ namespace vcard {
 
 namespace cla {
 constexpr std::uint8_t ISO = 0x00, CARD = 0x80, CARD_KEY = 0x90, CARD_RSA = 0xB0;
+constexpr std::uint8_t GSM = 0xA0;       // GET RESPONSE comes under it too
 constexpr std::uint8_t PROTECTED = 0x0C; // both secure-messaging bits of the class byte
 } // namespace cla
 
@@ -20,9 +22,9 @@ constexpr std::uint8_t DEACTIVATE = 0x04, VERIFY = 0x20, MANAGE_SECURITY_ENVIRON
                        RESET_RETRY_COUNTER = 0x2C, ACTIVATE = 0x44, GENERATE_KEY_PAIR = 0x46,
                        EXTERNAL_AUTHENTICATE = 0x82, GET_CHALLENGE = 0x84,
                        INTERNAL_AUTHENTICATE = 0x88, SELECT = 0xA4, READ_BINARY = 0xB0,
-                       READ_RECORD = 0xB2, GET_DATA = 0xCA, UPDATE_BINARY = 0xD6, PUT_DATA = 0xDA,
-                       UPDATE_RECORD = 0xDC, CREATE_FILE = 0xE0, APPEND_RECORD = 0xE2,
-                       DELETE_FILE = 0xE4;
+                       READ_RECORD = 0xB2, GET_RESPONSE = 0xC0, GET_DATA = 0xCA,
+                       UPDATE_BINARY = 0xD6, PUT_DATA = 0xDA, UPDATE_RECORD = 0xDC,
+                       CREATE_FILE = 0xE0, APPEND_RECORD = 0xE2, DELETE_FILE = 0xE4;
 // The card's own, each with the class byte it comes under.
 constexpr std::uint8_t TOGGLE_LIFE_CYCLE = 0x10, LIST_FILES = 0x16, GIVE_RANDOM = 0x86,
                        EXPORT_PUBLIC_KEY = 0xF0;                  // 80
@@ -31,10 +33,11 @@ constexpr std::uint8_t LOAD_RSA_KEY = 0xDE, EXTEND_OBJECT = 0xDF; // B0
 } // namespace ins
 
 namespace sw {
-constexpr std::uint16_t SUCCESS = 0x9000, END_OF_FILE = 0x6282, WRONG_SECRET = 0x63C0,
-                        WRONG_LENGTH = 0x6700, NO_SM_HERE = 0x6882, INCOMPATIBLE_FILE = 0x6981,
-                        NOT_ALLOWED = 0x6982, BLOCKED = 0x6983, DEACTIVATED = 0x6984,
-                        CONDITIONS = 0x6985, NO_CURRENT_EF = 0x6986, SM_OBJECTS_MISSING = 0x6987,
+constexpr std::uint16_t SUCCESS = 0x9000, MORE_DATA = 0x6100, END_OF_FILE = 0x6282,
+                        FILE_DEACTIVATED = 0x6283, WRONG_SECRET = 0x63C0, WRONG_LENGTH = 0x6700,
+                        NO_SM_HERE = 0x6882, INCOMPATIBLE_FILE = 0x6981, NOT_ALLOWED = 0x6982,
+                        BLOCKED = 0x6983, DEACTIVATED = 0x6984, CONDITIONS = 0x6985,
+                        NO_CURRENT_EF = 0x6986, SM_OBJECTS_MISSING = 0x6987,
                         SM_OBJECTS_WRONG = 0x6988, WRONG_DATA = 0x6A80, FILE_NOT_FOUND = 0x6A82,
                         RECORD_NOT_FOUND = 0x6A83, NO_MEMORY = 0x6A84, WRONG_P1P2 = 0x6A86,
                         OBJECT_NOT_FOUND = 0x6A88, FILE_EXISTS = 0x6A89, WRONG_OFFSET = 0x6B00,
@@ -58,3 +61,5 @@ inline void Require(bool bCondition, std::uint16_t wStatus)
 }
 
 } // namespace vcard
+
+#endif

@@ -16,7 +16,7 @@ constexpr std::size_t LONG_MODULUS = 256;
 
 SSecurityObject& RequireRsaKey(const CSession& session, std::uint8_t bReference)
 {
-    return session.Object(bReference | REFERENCE_LOCAL, {EObjectKind::eRsaKey});
+    return session.Object(bReference | REFERENCE_LOCAL, {EObjectKind::RSA_KEY});
 }
 
 /// The key of the security environment, or without one the RSA key nearest to the current DF.
@@ -24,7 +24,7 @@ const SSecurityObject& KeyInUse(const CSession& session)
 {
     return session.m_bKeyReference != 0
                ? RequireRsaKey(session, session.m_bKeyReference)
-               : session.Nearest(EObjectKind::eRsaKey, sw::OBJECT_NOT_FOUND);
+               : session.Nearest(EObjectKind::RSA_KEY, sw::OBJECT_NOT_FOUND);
 }
 
 /// A transparent file with room for a long result, readable and writable to whoever asks.

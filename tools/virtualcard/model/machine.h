@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The card as its commands see it: the image that survives a restart and the powered session.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_MACHINE_H
+#define TOOLS_VIRTUALCARD_MODEL_MACHINE_H
 
 #include "model/session.h"
 
@@ -9,13 +10,22 @@
 
 namespace vcard {
 
-enum class ELifeCycle : std::uint8_t { eOperational = 0x10, eAdministration = 0x20 };
+enum class ELifeCycle : std::uint8_t { OPERATIONAL = 0x10, ADMINISTRATION = 0x20 };
 
-/// Everything that survives a restart.
+/// How an answer to a command with data travels.
+enum class ET0Answers : std::uint8_t {
+    WHOLE,    ///< at once, as over T=1
+    COUNTED,  ///< 61xx, xx the number of bytes (00 for 256), then GET RESPONSE
+    UNCOUNTED ///< 61 00 whatever its length, then GET RESPONSE
+};
+
+/// Everything that survives a restart, and the traits of the profile.
 struct SCardImage {
     std::string strProfile;
-    ELifeCycle lifeCycle = ELifeCycle::eOperational;
-    bool bUnpadded = false;    ///< PINs are stored without filler bytes
+    ELifeCycle lifeCycle = ELifeCycle::OPERATIONAL;
+    bool bUnpadded = false;      ///< PINs are stored without filler bytes
+    bool bStaysVerified = false; ///< a changed PIN counts as verified
+    ET0Answers t0Answers = ET0Answers::WHOLE;
     bool bOtherFamily = false; ///< it knows the commands that only other card families have
     SFile mf;
 };
@@ -40,3 +50,5 @@ struct SMachine {
 };
 
 } // namespace vcard
+
+#endif

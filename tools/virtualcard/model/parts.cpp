@@ -13,7 +13,7 @@ constexpr std::uint8_t SHORTEST_PIN = 5;
 
 void SetAccess(SFile& file, EOpenTo openTo)
 {
-    file.abAccess.fill(openTo == EOpenTo::eEverybody ? access::ALWAYS : access::NEVER);
+    file.abAccess.fill(openTo == EOpenTo::EVERYBODY ? access::ALWAYS : access::NEVER);
     file.abAccess[file_access::READ] = access::ALWAYS;
 }
 
@@ -39,9 +39,9 @@ SFile Df(std::uint16_t wFid, std::list<SFile> children)
 {
     SFile df;
     df.wFid = wFid;
-    df.type = EFileType::eDf;
+    df.type = EFileType::DF;
     df.wBodySize = 0x0400;
-    SetAccess(df, EOpenTo::eEverybody);
+    SetAccess(df, EOpenTo::EVERYBODY);
     df.children = std::move(children);
     return df;
 }
@@ -66,7 +66,7 @@ SFile RecordEf(std::uint16_t wFid, EFileType type, std::uint8_t bRecordSize, std
     ef.bRecordSize = bRecordSize;
     ef.wSize = wSize;
     ef.records = std::move(records);
-    SetAccess(ef, EOpenTo::eEverybody);
+    SetAccess(ef, EOpenTo::EVERYBODY);
     return ef;
 }
 

@@ -2,7 +2,8 @@
 //
 // The parts that profiles are put together from: files and security objects with their usual
 // conditions.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_PARTS_H
+#define TOOLS_VIRTUALCARD_MODEL_PARTS_H
 
 #include "model/file.h"
 
@@ -12,8 +13,8 @@ namespace vcard::parts {
 
 /// Access conditions of a file, named for what they are for.
 enum class EOpenTo {
-    eEverybody, ///< all 00: read, write, administer, delete
-    eReaders    ///< read by everybody, all else never
+    EVERYBODY, ///< all 00: read, write, administer, delete
+    READERS    ///< read by everybody, all else never
 };
 
 SFile Df(std::uint16_t wFid, std::list<SFile> children = {});
@@ -44,3 +45,5 @@ SSecurityObject Des3Key(const char* szName, std::uint8_t bClass, std::uint8_t bI
 SSecurityObject RsaKey(const char* szName, std::uint8_t bId, const Bytes& keyBlock);
 
 } // namespace vcard::parts
+
+#endif

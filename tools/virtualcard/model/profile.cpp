@@ -3,11 +3,11 @@
 // The profiles in one table, what options change on any of them, and the answer to reset.
 #include "model/profile.h"
 
+#include "model/atr.h"
 #include "model/profile_layouts.h"
 #include "model/values.h"
 
 #include <algorithm>
-#include <numeric>
 #include <stdexcept>
 
 namespace vcard {
@@ -24,6 +24,7 @@ constexpr SProfile PROFILES[] = {
     {"starcos", BuildStarcos},  {"m4-1111", BuildM4In1111}, {"layout-0", BuildLayout0},
     {"layout-1", BuildLayout1}, {"layout-2", BuildLayout2}, {"layout-3", BuildLayout3},
     {"layout-4", BuildLayout4}, {"layout-5", BuildLayout5}, {"layout-32", BuildLayout32},
+    {"cns-t0", BuildCnsT0},     {"setec-t0", BuildSetecT0}, {"cns-verified", BuildCnsVerified},
 };
 
 constexpr const char* OWN_SERIAL = "6200000000000001";
@@ -57,7 +58,7 @@ void ApplyToObjects(SFile& df, const SCardImage& image, bool bRequireSm)
 {
     const bool bProtect = bRequireSm && df.wFid == FID_DS;
     for (SSecurityObject& object : df.objects) {
-        if (object.Kind() != EObjectKind::ePin) {
+        if (object.Kind() != EObjectKind::PIN) {
             continue;
         }
         object.abValue = StoredPin(image, object.abValue);
@@ -83,6 +84,9 @@ std::vector<std::string> ProfileNames()
 
 SCardImage MakeImage(const SCardOptions& options)
 {
+    if (!options.abAtr.empty()) {
+        CheckAtr(options.abAtr);
+    }
     SCardImage image;
     image.strProfile = options.strProfile;
     image.mf = parts::Df(FID_MF);
@@ -97,26 +101,17 @@ void ApplyOptions(SCardImage& image, const SCardOptions& options)
     ApplyToObjects(image.mf, image, options.bRequireSm);
 }
 
-Bytes MakeAtr(const SCardOptions& options)
+Bytes AtrOf(const SCardImage& image, const SCardOptions& options)
 {
+    if (!options.abAtr.empty()) {
+        return options.abAtr;
+    }
     // Historical bytes in compact TLV (ISO/IEC 7816-4): issuer's data, then the profile's number.
     const auto number = &FindProfile(options.strProfile) - std::begin(PROFILES);
     Bytes historical = {0x80, 0x57};
     Append(historical, Ascii("PINDESK"));
     Append(historical, Bytes{0x61, static_cast<std::uint8_t>(number)});
-
-    constexpr std::uint8_t DIRECT = 0x3B, TD1_FOLLOWS = 0x80, T1 = 0x01;
-    const auto bCount = static_cast<std::uint8_t>(historical.size());
-    if (!options.bT1) {
-        Bytes atr = {DIRECT, bCount};
-        Append(atr, historical);
-        return atr; // T=0 alone has no check byte
-    }
-    Bytes atr = {DIRECT, static_cast<std::uint8_t>(TD1_FOLLOWS | bCount), T1};
-    Append(atr, historical);
-    atr.push_back(std::accumulate(atr.begin() + 1, atr.end(), std::uint8_t{0},
-                                  [](auto a, auto b) { return static_cast<std::uint8_t>(a ^ b); }));
-    return atr;
+    return MakeAtr(historical, options.bT1 && image.t0Answers == ET0Answers::WHOLE);
 }
 
 } // namespace vcard

@@ -40,33 +40,33 @@ SFile IdentityDf(const std::string& strSerial)
 {
     const Bytes content = Ascii(strSerial + "PINDESK TEST CARD       20260101  ");
     return parts::Df(FID_IDENTITY_DF,
-                     {parts::TransparentEf(FID_SERIAL, content, EOpenTo::eReaders, 0x40)});
+                     {parts::TransparentEf(FID_SERIAL, content, EOpenTo::READERS, 0x40)});
 }
 
 SFile CnsDf()
 {
-    SFile holder = parts::TransparentEf(0x1101, Ascii("ROSSI<<MARIA"), EOpenTo::eReaders, 0x80);
+    SFile holder = parts::TransparentEf(0x1101, Ascii("ROSSI<<MARIA"), EOpenTo::READERS, 0x80);
     holder.abAccess[file_access::UPDATE] = CNS_PIN;
     SFile notes =
-        parts::TransparentEf(0x1105, Ascii("for the holder only"), EOpenTo::eReaders, 0x100);
+        parts::TransparentEf(0x1105, Ascii("for the holder only"), EOpenTo::READERS, 0x100);
     notes.abAccess[file_access::READ] = notes.abAccess[file_access::UPDATE] = CNS_PIN;
 
     return parts::Df(
         FID_CNS,
         {holder,
-         parts::RecordEf(0x1102, EFileType::eLinearFixed, 8, 8 * 8,
+         parts::RecordEf(0x1102, EFileType::LINEAR_FIXED, 8, 8 * 8,
                          {Ascii("RECORD-1"), Ascii("RECORD-2"), Ascii("RECORD-3")}),
-         parts::RecordEf(0x1103, EFileType::eLinearTlv, 0, 0x80,
+         parts::RecordEf(0x1103, EFileType::LINEAR_TLV, 0, 0x80,
                          {FromHex("C1 03 41 42 43"), FromHex("C2 02 44 45"), FromHex("C3 01 46")}),
-         parts::RecordEf(0x1104, EFileType::eCyclic, 4, 4 * 4, {Ascii("NEW1"), Ascii("OLD2")}),
+         parts::RecordEf(0x1104, EFileType::CYCLIC, 4, 4 * 4, {Ascii("NEW1"), Ascii("OLD2")}),
          notes});
 }
 
 SFile DsDf()
 {
     // The second file takes the data of a 2048-bit signature and gives its result.
-    SFile ds = parts::Df(FID_DS, {parts::TransparentEf(0x8100, {}, EOpenTo::eEverybody, 0x40),
-                                  parts::TransparentEf(0x811F, {}, EOpenTo::eEverybody, 0x100)});
+    SFile ds = parts::Df(FID_DS, {parts::TransparentEf(0x8100, {}, EOpenTo::EVERYBODY, 0x40),
+                                  parts::TransparentEf(0x811F, {}, EOpenTo::EVERYBODY, 0x100)});
     ds.objects = ObjectsOfDs();
     return ds;
 }
@@ -84,16 +84,15 @@ SFile GdoEf(const std::string& strSerial)
     // ICC serial number (5A), then card data (53) with the number as terminals look for it.
     Bytes content = FromHex("5A 08 89 39 00 00 00 00 00 01 53 0E 00 00 00 00 00 00");
     Append(content, IsBcd(strSerial) ? FromHex(strSerial) : Bytes(8));
-    return parts::TransparentEf(FID_GDO, content, EOpenTo::eReaders, 0x20);
+    return parts::TransparentEf(FID_GDO, content, EOpenTo::READERS, 0x20);
 }
 
 void BuildCns(SCardImage& image, const std::string& strSerial)
 {
     image.mf.objects = ObjectsOfMf();
-    image.mf.children = {
-        IdentityDf(strSerial), CnsDf(), DsDf(), GdoEf(strSerial),
-        parts::Df(FID_FAST_FS,
-                  {parts::TransparentEf(0x0000, FromHex("01"), EOpenTo::eEverybody, 0x400)})};
+    image.mf.children = {IdentityDf(strSerial), CnsDf(), DsDf(), GdoEf(strSerial),
+                         parts::Df(FID_FAST_FS, {parts::TransparentEf(0x0000, FromHex("01"),
+                                                                      EOpenTo::EVERYBODY, 0x400)})};
 }
 
 void BuildGdo(SCardImage& image, const std::string& strSerial)
@@ -103,6 +102,18 @@ void BuildGdo(SCardImage& image, const std::string& strSerial)
     }
     BuildCns(image, strSerial);
     image.mf.children.pop_front(); // the identity DF
+}
+
+void BuildCnsT0(SCardImage& image, const std::string& strSerial)
+{
+    BuildCns(image, strSerial);
+    image.t0Answers = ET0Answers::UNCOUNTED;
+}
+
+void BuildCnsVerified(SCardImage& image, const std::string& strSerial)
+{
+    BuildCns(image, strSerial);
+    image.bStaysVerified = true;
 }
 
 } // namespace vcard

@@ -2,7 +2,8 @@
 //
 // One builder for each profile: it fills an empty card whose MF exists. strSerial has sixteen
 // characters; layouts without a place for it ignore it.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_PROFILE_LAYOUTS_H
+#define TOOLS_VIRTUALCARD_MODEL_PROFILE_LAYOUTS_H
 
 #include "model/machine.h"
 #include "model/parts.h"
@@ -19,11 +20,14 @@ constexpr std::uint8_t SM_KEY_ID = 0x1D;
 // profile_cns.cpp
 void BuildCns(SCardImage& image, const std::string& strSerial);
 void BuildGdo(SCardImage& image, const std::string& strSerial);
+void BuildCnsT0(SCardImage& image, const std::string& strSerial);
+void BuildCnsVerified(SCardImage& image, const std::string& strSerial);
 /// The EF with the serial number as eight BCD bytes at offset 18; zeros for one that isn't digits.
 SFile GdoEf(const std::string& strSerial);
 
 // profile_others.cpp
 void BuildSetec(SCardImage& image, const std::string& strSerial);
+void BuildSetecT0(SCardImage& image, const std::string& strSerial);
 void BuildStarcos(SCardImage& image, const std::string& strSerial);
 void BuildM4In1111(SCardImage& image, const std::string& strSerial);
 
@@ -37,3 +41,5 @@ void BuildLayout5(SCardImage& image, const std::string& strSerial);
 void BuildLayout32(SCardImage& image, const std::string& strSerial);
 
 } // namespace vcard
+
+#endif

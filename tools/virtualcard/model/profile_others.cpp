@@ -48,6 +48,12 @@ void BuildSetec(SCardImage& image, const std::string& strSerial)
     SetFiles(image, strSerial, {});
 }
 
+void BuildSetecT0(SCardImage& image, const std::string& strSerial)
+{
+    BuildSetec(image, strSerial);
+    image.t0Answers = ET0Answers::COUNTED;
+}
+
 void BuildStarcos(SCardImage& image, const std::string& strSerial)
 {
     image.bOtherFamily = true;
@@ -88,8 +94,8 @@ void BuildLayout3(SCardImage& image, const std::string& strSerial)
 void BuildLayout4(SCardImage& image, const std::string& strSerial)
 {
     SetFiles(image, strSerial,
-             {parts::Df(FID_FAST_FS, {parts::TransparentEf(0x0000, FromHex("01 02"),
-                                                           EOpenTo::eReaders, 0x20)})});
+             {parts::Df(FID_FAST_FS,
+                        {parts::TransparentEf(0x0000, FromHex("01 02"), EOpenTo::READERS, 0x20)})});
 }
 
 void BuildLayout5(SCardImage& image, const std::string& strSerial)
@@ -101,7 +107,7 @@ void BuildLayout32(SCardImage& image, const std::string& strSerial)
 {
     BuildLayout2(image, strSerial);
     image.mf.children.push_back(
-        parts::Df(0x1112, {parts::TransparentEf(0xEF01, {}, EOpenTo::eReaders, 0x20)}));
+        parts::Df(0x1112, {parts::TransparentEf(0xEF01, {}, EOpenTo::READERS, 0x20)}));
 }
 
 } // namespace vcard

@@ -12,11 +12,11 @@ namespace {
 
 /// How P2 of a record command names the record; bits 8 to 4 (a short file identifier) are unused.
 enum class ERecordMode : std::uint8_t {
-    eFirstWithTag = 0x00,
-    eLastWithTag = 0x01,
-    eWithTag = 0x02,
-    eOldest = 0x03, ///< writing only: the record that a cyclic file gives up next
-    eNumber = 0x04
+    FIRST_WITH_TAG = 0x00,
+    LAST_WITH_TAG = 0x01,
+    WITH_TAG = 0x02,
+    OLDEST = 0x03, ///< writing only: the record that a cyclic file gives up next
+    NUMBER = 0x04
 };
 
 /// The current EF, which must have records and allow the access at this position.
@@ -35,21 +35,21 @@ Bytes& FindRecord(SFile& ef, const SCommand& command)
     };
     auto& records = ef.records;
     switch (static_cast<ERecordMode>(command.bP2)) {
-    case ERecordMode::eNumber:
+    case ERecordMode::NUMBER:
         Require(command.bP1 >= 1 && command.bP1 <= records.size(), sw::RECORD_NOT_FOUND);
         return records[command.bP1 - 1U];
-    case ERecordMode::eFirstWithTag:
-    case ERecordMode::eWithTag: {
+    case ERecordMode::FIRST_WITH_TAG:
+    case ERecordMode::WITH_TAG: {
         const auto it = std::find_if(records.begin(), records.end(), bHasTag);
         Require(it != records.end(), sw::RECORD_NOT_FOUND);
         return *it;
     }
-    case ERecordMode::eLastWithTag: {
+    case ERecordMode::LAST_WITH_TAG: {
         const auto it = std::find_if(records.rbegin(), records.rend(), bHasTag);
         Require(it != records.rend(), sw::RECORD_NOT_FOUND);
         return *it;
     }
-    case ERecordMode::eOldest:
+    case ERecordMode::OLDEST:
         break;
     }
     throw SRefusal(sw::WRONG_P1P2);
@@ -64,7 +64,7 @@ std::size_t UsedBytes(const SFile& ef)
 /// The form of a record: the file's record length, or a tag, a length byte and as many bytes.
 void CheckRecord(const SFile& ef, const Bytes& record)
 {
-    if (ef.type != EFileType::eLinearTlv) {
+    if (ef.type != EFileType::LINEAR_TLV) {
         Require(record.size() == ef.bRecordSize, sw::WRONG_LENGTH);
         return;
     }
@@ -94,8 +94,8 @@ SAnswer UpdateRecord(SMachine& card, const SCommand& command)
 {
     SFile& ef = RecordEf(card.session, file_access::UPDATE);
     CheckRecord(ef, command.abData);
-    if (static_cast<ERecordMode>(command.bP2) == ERecordMode::eOldest &&
-        ef.type == EFileType::eCyclic) {
+    if (static_cast<ERecordMode>(command.bP2) == ERecordMode::OLDEST &&
+        ef.type == EFileType::CYCLIC) {
         PutNewest(ef, command.abData);
         return {};
     }
@@ -110,7 +110,7 @@ SAnswer AppendRecord(SMachine& card, const SCommand& command)
     SFile& ef = RecordEf(card.session, file_access::APPEND);
     Require(command.P1P2() == 0, sw::WRONG_P1P2);
     CheckRecord(ef, command.abData);
-    if (ef.type == EFileType::eCyclic) {
+    if (ef.type == EFileType::CYCLIC) {
         PutNewest(ef, command.abData);
         return {};
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The private operation by the Chinese remainder theorem, on libcrypto's numbers.
+// Key blocks become libcrypto's keys, and the other way round.
 #include "model/rsa.h"
 
 #include "model/iso7816.h"
@@ -9,6 +9,7 @@
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/evp.h>
+#include <openssl/param_build.h>
 #include <openssl/rsa.h>
 #include <stdexcept>
 
@@ -16,15 +17,25 @@ namespace vcard {
 
 namespace {
 
-constexpr std::size_t NUMBERS = 5, EXPONENT_BYTES = 8, PADDING_OVERHEAD = 11;
+constexpr std::size_t EXPONENT_BYTES = 8, PADDING_OVERHEAD = 11;
+
+// The numbers of a key block in their order; the exponent follows them.
+constexpr const char* NUMBERS[] = {OSSL_PKEY_PARAM_RSA_FACTOR1, OSSL_PKEY_PARAM_RSA_FACTOR2,
+                                   OSSL_PKEY_PARAM_RSA_COEFFICIENT1, OSSL_PKEY_PARAM_RSA_EXPONENT1,
+                                   OSSL_PKEY_PARAM_RSA_EXPONENT2};
 
 struct SFree {
     void operator()(BIGNUM* p) const { BN_clear_free(p); }
     void operator()(BN_CTX* p) const { BN_CTX_free(p); }
     void operator()(EVP_PKEY* p) const { EVP_PKEY_free(p); }
     void operator()(EVP_PKEY_CTX* p) const { EVP_PKEY_CTX_free(p); }
+    void operator()(OSSL_PARAM_BLD* p) const { OSSL_PARAM_BLD_free(p); }
+    void operator()(OSSL_PARAM* p) const { OSSL_PARAM_free(p); }
 };
-using Number = std::unique_ptr<BIGNUM, SFree>;
+template <typename Type> using Owned = std::unique_ptr<Type, SFree>;
+using Number = Owned<BIGNUM>;
+using Key = Owned<EVP_PKEY>;
+using KeyContext = Owned<EVP_PKEY_CTX>;
 
 void Check(bool bDone)
 {
@@ -47,88 +58,88 @@ Bytes ToBytes(const Number& number, std::size_t cb)
     return bytes;
 }
 
-/// Arithmetic in one context, each result a new number.
-class CArithmetic {
-public:
-    Number Multiply(const Number& a, const Number& b) const
-    {
-        return New([&](BIGNUM* r) { return BN_mul(r, a.get(), b.get(), m_pContext.get()); });
-    }
-    Number MultiplyMod(const Number& a, const Number& b, const Number& m) const
-    {
-        return New(
-            [&](BIGNUM* r) { return BN_mod_mul(r, a.get(), b.get(), m.get(), m_pContext.get()); });
-    }
-    Number SubtractMod(const Number& a, const Number& b, const Number& m) const
-    {
-        return New(
-            [&](BIGNUM* r) { return BN_mod_sub(r, a.get(), b.get(), m.get(), m_pContext.get()); });
-    }
-    Number PowerMod(const Number& a, const Number& e, const Number& m) const
-    {
-        return New(
-            [&](BIGNUM* r) { return BN_mod_exp(r, a.get(), e.get(), m.get(), m_pContext.get()); });
-    }
-    static Number Add(const Number& a, const Number& b)
-    {
-        return New([&](BIGNUM* r) { return BN_add(r, a.get(), b.get()); });
-    }
-    static Number MinusOne(const Number& a)
-    {
-        return New([&](BIGNUM* r) { return BN_copy(r, a.get()) != nullptr && BN_sub_word(r, 1); });
-    }
+Number MinusOne(const Number& a)
+{
+    Number result(BN_dup(a.get()));
+    Check(result != nullptr && BN_sub_word(result.get(), 1) == 1);
+    return result;
+}
 
-private:
-    template <typename Operation> static Number New(Operation operation)
-    {
-        Number result(BN_new());
-        Check(result != nullptr && operation(result.get()));
-        return result;
-    }
-    std::unique_ptr<BN_CTX, SFree> m_pContext{BN_CTX_new()};
-};
+Number Product(const Number& a, const Number& b)
+{
+    const Owned<BN_CTX> pContext(BN_CTX_new());
+    Number result(BN_new());
+    Check(BN_mul(result.get(), a.get(), b.get(), pContext.get()) == 1);
+    return result;
+}
 
-struct SCrtKey {
-    explicit SCrtKey(ByteView keyBlock)
-        : cbHalf((keyBlock.size() - EXPONENT_BYTES) / NUMBERS),
-          p(FromBytes(keyBlock.subspan(0, cbHalf))), q(FromBytes(keyBlock.subspan(cbHalf, cbHalf))),
-          qInverse(FromBytes(keyBlock.subspan(2 * cbHalf, cbHalf))),
-          dP(FromBytes(keyBlock.subspan(3 * cbHalf, cbHalf))),
-          dQ(FromBytes(keyBlock.subspan(4 * cbHalf, cbHalf))),
-          // An odd number doesn't end in a zero byte: such bytes fill up a left-aligned exponent.
-          e(FromBytes(StripTrailing(Copy(keyBlock.last(EXPONENT_BYTES)), 0x00)))
-    {
-    }
-    std::size_t cbHalf;
-    Number p, q, qInverse, dP, dQ, e;
-};
+/// d, which a key block doesn't hold.
+Number PrivateExponent(const Number& e, const Number& p, const Number& q)
+{
+    const Owned<BN_CTX> pContext(BN_CTX_new());
+    const Number phi = Product(MinusOne(p), MinusOne(q));
+    Number d(BN_mod_inverse(nullptr, e.get(), phi.get(), pContext.get()));
+    Check(d != nullptr);
+    return d;
+}
 
-SCrtKey RequireKey(ByteView keyBlock)
+KeyContext ContextOf(const Key& key)
+{
+    KeyContext pContext(EVP_PKEY_CTX_new_from_pkey(nullptr, key.get(), nullptr));
+    Check(pContext != nullptr);
+    return pContext;
+}
+
+KeyContext NewContext()
+{
+    KeyContext pContext(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
+    Check(pContext != nullptr);
+    return pContext;
+}
+
+/// A key pair of libcrypto from numbers by their names.
+Key FromNumbers(std::span<const std::pair<const char*, Number>> numbers)
+{
+    const Owned<OSSL_PARAM_BLD> pBuilder(OSSL_PARAM_BLD_new());
+    for (const auto& [szName, number] : numbers) {
+        Check(OSSL_PARAM_BLD_push_BN(pBuilder.get(), szName, number.get()) == 1);
+    }
+    const Owned<OSSL_PARAM> pParameters(OSSL_PARAM_BLD_to_param(pBuilder.get()));
+    const KeyContext pContext = NewContext();
+    EVP_PKEY* pKey = nullptr;
+    Check(EVP_PKEY_fromdata_init(pContext.get()) == 1 &&
+          EVP_PKEY_fromdata(pContext.get(), &pKey, EVP_PKEY_KEYPAIR, pParameters.get()) == 1);
+    return Key(pKey);
+}
+
+/// The exponent of a key block. An odd number doesn't end in a zero byte: such bytes fill up
+/// a left-aligned one.
+Number ExponentOf(ByteView keyBlock)
+{
+    return FromBytes(StripTrailing(Copy(keyBlock.last(EXPONENT_BYTES)), 0x00));
+}
+
+Key RequireKey(ByteView keyBlock)
 {
     Require(RsaModulusSize(keyBlock) != 0, sw::CONDITIONS);
-    return SCrtKey(keyBlock);
+    const std::size_t cbHalf = RsaModulusSize(keyBlock) / 2;
+    std::vector<std::pair<const char*, Number>> numbers;
+    for (const char* szName : NUMBERS) {
+        numbers.emplace_back(szName, FromBytes(keyBlock.subspan(numbers.size() * cbHalf, cbHalf)));
+    }
+    const Number &p = numbers[0].second, &q = numbers[1].second;
+    Number e = ExponentOf(keyBlock), n = Product(p, q), d = PrivateExponent(e, p, q);
+    numbers.emplace_back(OSSL_PKEY_PARAM_RSA_N, std::move(n));
+    numbers.emplace_back(OSSL_PKEY_PARAM_RSA_D, std::move(d));
+    numbers.emplace_back(OSSL_PKEY_PARAM_RSA_E, std::move(e));
+    return FromNumbers(numbers);
 }
 
-Bytes PrivateOperation(const SCrtKey& key, ByteView input)
-{
-    const CArithmetic calculate;
-    const Number c = FromBytes(input);
-    const Number modulus = calculate.Multiply(key.p, key.q);
-    Require(BN_cmp(c.get(), modulus.get()) < 0, sw::WRONG_DATA);
-
-    const Number mP = calculate.PowerMod(c, key.dP, key.p);
-    const Number mQ = calculate.PowerMod(c, key.dQ, key.q);
-    const Number h =
-        calculate.MultiplyMod(calculate.SubtractMod(mP, mQ, key.p), key.qInverse, key.p);
-    return ToBytes(CArithmetic::Add(mQ, calculate.Multiply(h, key.q)), 2 * key.cbHalf);
-}
-
-Bytes Parameter(EVP_PKEY* pKey, const char* szName, std::size_t cb)
+Number NumberOf(const Key& key, const char* szName)
 {
     BIGNUM* pNumber = nullptr;
-    Check(EVP_PKEY_get_bn_param(pKey, szName, &pNumber) == 1);
-    const Number number(pNumber);
-    return ToBytes(number, cb);
+    Check(EVP_PKEY_get_bn_param(key.get(), szName, &pNumber) == 1);
+    return Number(pNumber);
 }
 
 } // namespace
@@ -136,7 +147,7 @@ Bytes Parameter(EVP_PKEY* pKey, const char* szName, std::size_t cb)
 std::size_t RsaModulusSize(ByteView keyBlock)
 {
     for (const std::size_t cbModulus : {128U, 256U}) {
-        if (keyBlock.size() == NUMBERS * cbModulus / 2 + EXPONENT_BYTES) {
+        if (keyBlock.size() == std::size(NUMBERS) * cbModulus / 2 + EXPONENT_BYTES) {
             return cbModulus;
         }
     }
@@ -144,51 +155,49 @@ std::size_t RsaModulusSize(ByteView keyBlock)
 }
 
 bool IsSoundKeyBlock(ByteView keyBlock)
-{
-    if (RsaModulusSize(keyBlock) == 0) {
-        return false;
-    }
-    const SCrtKey key(keyBlock);
-    if (BN_is_odd(key.p.get()) == 0 || BN_is_odd(key.q.get()) == 0 || BN_is_one(key.p.get()) != 0 ||
-        BN_is_one(key.q.get()) != 0) {
-        return false;
-    }
-    const CArithmetic calculate;
-    const auto bInverse = [&](const Number& a, const Number& b, const Number& m) {
-        return BN_is_one(calculate.MultiplyMod(a, b, m).get()) != 0;
-    };
-    const Number modulus = calculate.Multiply(key.p, key.q);
-    return BN_num_bits(modulus.get()) == static_cast<int>(16 * key.cbHalf) &&
-           bInverse(key.qInverse, key.q, key.p) &&
-           bInverse(key.dP, key.e, CArithmetic::MinusOne(key.p)) &&
-           bInverse(key.dQ, key.e, CArithmetic::MinusOne(key.q));
+try {
+    const Key key = RequireKey(keyBlock);
+    return EVP_PKEY_get_bits(key.get()) == static_cast<int>(8 * RsaModulusSize(keyBlock)) &&
+           EVP_PKEY_check(ContextOf(key).get()) == 1;
+} catch (const std::exception&) {
+    return false; // another length, or numbers that have no private exponent
 }
 
 Bytes RsaSign(ByteView keyBlock, ByteView data)
 {
-    const SCrtKey key = RequireKey(keyBlock);
-    const std::size_t cbModulus = RsaModulusSize(keyBlock);
-    Require(data.size() + PADDING_OVERHEAD <= cbModulus, sw::WRONG_LENGTH);
-    Bytes block(cbModulus - data.size(), 0xFF); // 00 01 FF ... FF 00 data
-    block[0] = 0x00;
-    block[1] = 0x01;
-    block.back() = 0x00;
-    Append(block, data);
-    return PrivateOperation(key, block);
+    const Key key = RequireKey(keyBlock);
+    Bytes signature(RsaModulusSize(keyBlock));
+    Require(data.size() + PADDING_OVERHEAD <= signature.size(), sw::WRONG_LENGTH);
+    const KeyContext pContext = ContextOf(key);
+    std::size_t cb = signature.size();
+    // Without the name of a hash libcrypto pads the data as they are.
+    Check(EVP_PKEY_sign_init(pContext.get()) == 1 &&
+          EVP_PKEY_CTX_set_rsa_padding(pContext.get(), RSA_PKCS1_PADDING) == 1 &&
+          EVP_PKEY_sign(pContext.get(), signature.data(), &cb, data.data(), data.size()) == 1);
+    return signature;
 }
 
 Bytes RsaDecipher(ByteView keyBlock, ByteView cryptogram)
 {
-    const SCrtKey key = RequireKey(keyBlock);
-    Require(cryptogram.size() == RsaModulusSize(keyBlock), sw::WRONG_LENGTH);
-    return PrivateOperation(key, cryptogram);
+    const Key key = RequireKey(keyBlock);
+    Bytes plain(RsaModulusSize(keyBlock));
+    Require(cryptogram.size() == plain.size(), sw::WRONG_LENGTH);
+    const KeyContext pContext = ContextOf(key);
+    Check(EVP_PKEY_decrypt_init(pContext.get()) == 1 &&
+          EVP_PKEY_CTX_set_rsa_padding(pContext.get(), RSA_NO_PADDING) == 1);
+    std::size_t cb = plain.size();
+    Require(EVP_PKEY_decrypt(pContext.get(), plain.data(), &cb, cryptogram.data(),
+                             cryptogram.size()) == 1,
+            sw::WRONG_DATA);
+    return plain;
 }
 
 SRsaPublicKey RsaPublicKey(ByteView keyBlock)
 {
-    const SCrtKey key = RequireKey(keyBlock);
-    return {ToBytes(CArithmetic().Multiply(key.p, key.q), 2 * key.cbHalf),
-            ToBytes(key.e, static_cast<std::size_t>(BN_num_bytes(key.e.get())))};
+    const Key key = RequireKey(keyBlock);
+    const Number e = ExponentOf(keyBlock);
+    return {ToBytes(NumberOf(key, OSSL_PKEY_PARAM_RSA_N), RsaModulusSize(keyBlock)),
+            ToBytes(e, static_cast<std::size_t>(BN_num_bytes(e.get())))};
 }
 
 Bytes GenerateRsaKey(std::uint16_t wBits, ByteView exponent)
@@ -199,22 +208,19 @@ Bytes GenerateRsaKey(std::uint16_t wBits, ByteView exponent)
     Require(wanted.size() <= EXPONENT_BYTES && BN_is_odd(e.get()) != 0 && BN_is_one(e.get()) == 0,
             sw::WRONG_DATA);
 
-    const std::unique_ptr<EVP_PKEY_CTX, SFree> pContext(
-        EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
-    Check(pContext != nullptr && EVP_PKEY_keygen_init(pContext.get()) == 1);
-    Check(EVP_PKEY_CTX_set_rsa_keygen_bits(pContext.get(), wBits) == 1);
-    Check(EVP_PKEY_CTX_set1_rsa_keygen_pubexp(pContext.get(), e.get()) == 1);
+    const KeyContext pContext = NewContext();
     EVP_PKEY* pGenerated = nullptr;
-    Check(EVP_PKEY_generate(pContext.get(), &pGenerated) == 1);
-    const std::unique_ptr<EVP_PKEY, SFree> pKey(pGenerated);
+    Check(EVP_PKEY_keygen_init(pContext.get()) == 1 &&
+          EVP_PKEY_CTX_set_rsa_keygen_bits(pContext.get(), wBits) == 1 &&
+          EVP_PKEY_CTX_set1_rsa_keygen_pubexp(pContext.get(), e.get()) == 1 &&
+          EVP_PKEY_generate(pContext.get(), &pGenerated) == 1);
+    const Key key(pGenerated);
 
     Bytes keyBlock;
-    for (const char* szName : {OSSL_PKEY_PARAM_RSA_FACTOR1, OSSL_PKEY_PARAM_RSA_FACTOR2,
-                               OSSL_PKEY_PARAM_RSA_COEFFICIENT1, OSSL_PKEY_PARAM_RSA_EXPONENT1,
-                               OSSL_PKEY_PARAM_RSA_EXPONENT2}) {
-        Append(keyBlock, Parameter(pKey.get(), szName, wBits / 16U));
+    for (const char* szName : NUMBERS) {
+        Append(keyBlock, ToBytes(NumberOf(key, szName), wBits / 16U));
     }
-    Append(keyBlock, Parameter(pKey.get(), OSSL_PKEY_PARAM_RSA_E, EXPONENT_BYTES));
+    Append(keyBlock, ToBytes(e, EXPONENT_BYTES));
     return keyBlock;
 }
 

@@ -2,7 +2,8 @@
 //
 // RSA with private keys in CRT form. A key block is p | q | q^-1 mod p | d mod p-1 | d mod q-1,
 // five numbers of half the modulus's length, then 8 bytes that hold the public exponent.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_RSA_H
+#define TOOLS_VIRTUALCARD_MODEL_RSA_H
 
 #include "model/bytes.h"
 
@@ -35,3 +36,5 @@ SRsaPublicKey RsaPublicKey(ByteView keyBlock);
 Bytes GenerateRsaKey(std::uint16_t wBits, ByteView exponent);
 
 } // namespace vcard
+
+#endif

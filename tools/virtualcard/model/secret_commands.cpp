@@ -36,7 +36,10 @@ void ChangeAlone(SMachine& card, SSecurityObject& object, ByteView value)
         RequireAccess(card.session, object.abAccess[object_access::CHANGE]);
     }
     TakeNewValue(card, object, value);
-    card.session.Forget(object); // the new value has yet to be proved
+    card.session.ClearCreated(object);
+    if (!card.image.bStaysVerified) {
+        card.session.ClearVerified(object); // the new value has yet to be proved
+    }
 }
 
 /// Old and new value in a row.
@@ -53,7 +56,7 @@ void ChangeWithOld(SMachine& card, SSecurityObject& object, ByteView data)
 void Unblock(SMachine& card, SSecurityObject& pin, ByteView data)
 {
     SSecurityObject& puk = card.session.Object(
-        pin.abAccess[object_access::UNBLOCK] | REFERENCE_LOCAL, {EObjectKind::ePin});
+        pin.abAccess[object_access::UNBLOCK] | REFERENCE_LOCAL, {EObjectKind::PIN});
     Require(data.size() > MAX_PIN, sw::WRONG_LENGTH);
     Require(pin.bActive, sw::DEACTIVATED);
     const ByteView pukValue = data.first(data.size() - MAX_PIN);
@@ -78,7 +81,7 @@ SAnswer TellTries(const CSession& session, const SSecurityObject& object)
 SAnswer Verify(SMachine& card, const SCommand& command)
 {
     Require(command.bP1 == 0, sw::WRONG_P1P2);
-    SSecurityObject& object = card.session.Object(command.bP2, {EObjectKind::ePin});
+    SSecurityObject& object = card.session.Object(command.bP2, {EObjectKind::PIN});
     if (command.abData.empty()) {
         return TellTries(card.session, object);
     }
@@ -94,8 +97,8 @@ SAnswer ChangeReferenceData(SMachine& card, const SCommand& command)
     const bool bAlone = (command.bP1 & 0x01) != 0;
     const bool bKeyClass = (command.bP1 >> 1 & (object_class::RSA | object_class::SM)) != 0;
     SSecurityObject& object =
-        bKeyClass ? card.session.Object(command.bP2, {EObjectKind::eSmKey, EObjectKind::eRsaKey})
-                  : card.session.Object(command.bP2, {EObjectKind::ePin, EObjectKind::eAuthKey});
+        bKeyClass ? card.session.Object(command.bP2, {EObjectKind::SM_KEY, EObjectKind::RSA_KEY})
+                  : card.session.Object(command.bP2, {EObjectKind::PIN, EObjectKind::AUTH_KEY});
     RequireProtection(command, object, object_sm::CHANGE);
     Require(!command.abData.empty(), sw::WRONG_LENGTH);
     (bAlone ? ChangeAlone : ChangeWithOld)(card, object, command.abData);
@@ -105,7 +108,7 @@ SAnswer ChangeReferenceData(SMachine& card, const SCommand& command)
 SAnswer ResetRetryCounter(SMachine& card, const SCommand& command)
 {
     Require(command.bP1 == 0, sw::WRONG_P1P2);
-    SSecurityObject& pin = card.session.Object(command.bP2, {EObjectKind::ePin});
+    SSecurityObject& pin = card.session.Object(command.bP2, {EObjectKind::PIN});
     RequireProtection(command, pin, object_sm::UNBLOCK);
     Unblock(card, pin, command.abData);
     return {};
@@ -116,7 +119,7 @@ SAnswer ChangeOrUnblock(SMachine& card, const SCommand& command)
     constexpr std::uint8_t OLD_AND_NEW = 0x20, PUK_AND_NEW = 0x30;
     Require(card.image.bOtherFamily, sw::UNKNOWN_CLA);
     Require(command.bP1 == OLD_AND_NEW || command.bP1 == PUK_AND_NEW, sw::WRONG_P1P2);
-    SSecurityObject& pin = card.session.Object(command.bP2, {EObjectKind::ePin});
+    SSecurityObject& pin = card.session.Object(command.bP2, {EObjectKind::PIN});
     (command.bP1 == OLD_AND_NEW ? ChangeWithOld : Unblock)(card, pin, command.abData);
     return {};
 }
@@ -126,7 +129,7 @@ SAnswer ChangeKeyData(SMachine& card, const SCommand& command)
     const bool bKeyClass = (command.bP1 & (object_class::RSA | object_class::SM)) != 0;
     Require(bKeyClass, sw::WRONG_P1P2);
     SSecurityObject& key = card.session.Object(command.bP2 | REFERENCE_LOCAL,
-                                               {EObjectKind::eSmKey, EObjectKind::eRsaKey});
+                                               {EObjectKind::SM_KEY, EObjectKind::RSA_KEY});
     RequireProtection(command, key, object_sm::CHANGE);
     Require(!command.abData.empty(), sw::WRONG_LENGTH);
     ChangeAlone(card, key, command.abData);

@@ -32,7 +32,7 @@ Bytes Header(const SCommand& command, std::uint8_t bPlainCla)
 
 const Bytes& NearestKey(const CSession& session)
 {
-    const Bytes& key = session.Nearest(EObjectKind::eSmKey, sw::NO_SM_HERE).abValue;
+    const Bytes& key = session.Nearest(EObjectKind::SM_KEY, sw::NO_SM_HERE).abValue;
     Require(key.size() == DES3_KEY, sw::NO_SM_HERE);
     return key;
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Secure messaging, the card's side: a protected command is checked and opened, its answer sealed.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_SECURE_MESSAGING_H
+#define TOOLS_VIRTUALCARD_MODEL_SECURE_MESSAGING_H
 
 #include "model/apdu.h"
 #include "model/session.h"
@@ -26,3 +27,5 @@ SOpened OpenCommand(CSession& session, const SCommand& envelope);
 SAnswer SealAnswer(const SOpened& opened, const SAnswer& answer);
 
 } // namespace vcard
+
+#endif

@@ -12,13 +12,13 @@ namespace vcard {
 EObjectKind SSecurityObject::Kind() const
 {
     if ((bClass & object_class::RSA) != 0) {
-        return EObjectKind::eRsaKey;
+        return EObjectKind::RSA_KEY;
     }
     if ((bClass & object_class::SM) != 0) {
-        return EObjectKind::eSmKey;
+        return EObjectKind::SM_KEY;
     }
-    return abParameters[parameter::ALGORITHM] == parameter::ALGORITHM_PIN ? EObjectKind::ePin
-                                                                          : EObjectKind::eAuthKey;
+    return abParameters[parameter::ALGORITHM] == parameter::ALGORITHM_PIN ? EObjectKind::PIN
+                                                                          : EObjectKind::AUTH_KEY;
 }
 
 bool SSecurityObject::NeedsSm(std::size_t position) const

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Security objects: the PINs, PUKs and keys that a DF holds, with their conditions and counters.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_SECURITY_OBJECT_H
+#define TOOLS_VIRTUALCARD_MODEL_SECURITY_OBJECT_H
 
 #include "model/bytes.h"
 
@@ -13,10 +14,10 @@ namespace vcard {
 constexpr std::size_t MAX_PIN = 8;
 
 enum class EObjectKind {
-    ePin,     ///< PIN or PUK, presented with VERIFY
-    eAuthKey, ///< Triple-DES key proved with EXTERNAL AUTHENTICATE
-    eSmKey,   ///< Triple-DES key of secure messaging
-    eRsaKey   ///< RSA private key in CRT form
+    PIN,      ///< PIN or PUK, presented with VERIFY
+    AUTH_KEY, ///< Triple-DES key proved with EXTERNAL AUTHENTICATE
+    SM_KEY,   ///< Triple-DES key of secure messaging
+    RSA_KEY   ///< RSA private key in CRT form
 };
 
 /// Bits of the class byte that tell the kinds apart; all clear: an authentication object.
@@ -76,3 +77,5 @@ struct SSecurityObject {
 };
 
 } // namespace vcard
+
+#endif

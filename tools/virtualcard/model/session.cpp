@@ -35,6 +35,11 @@ SFile& CSession::Ef() const
     return *m_pEf;
 }
 
+bool CSession::PathIsActive() const
+{
+    return std::ranges::all_of(m_path, &SFile::bActive);
+}
+
 void CSession::SelectDf(std::vector<SFile*> path)
 {
     for (const SFile* pLeft : m_path) {
@@ -81,7 +86,7 @@ bool CSession::Allows(std::uint8_t bAccess) const
     const std::uint8_t bId = bAccess & REFERENCE_MASK;
     return std::any_of(m_path.begin(), m_path.end(), [&](SFile* pDf) {
         const SSecurityObject* pObject =
-            FindIn(*pDf, bId, {EObjectKind::ePin, EObjectKind::eAuthKey});
+            FindIn(*pDf, bId, {EObjectKind::PIN, EObjectKind::AUTH_KEY});
         return pObject != nullptr && IsVerified(*pObject);
     });
 }
@@ -90,7 +95,7 @@ bool CSession::AllowsIssuer(std::uint8_t bAccess) const
 {
     return Allows(bAccess) ||
            std::any_of(m_verified.begin(), m_verified.end(), [](const SSecurityObject* pObject) {
-               return pObject->Kind() == EObjectKind::eAuthKey;
+               return pObject->Kind() == EObjectKind::AUTH_KEY;
            });
 }
 

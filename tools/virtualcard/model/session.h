@@ -2,8 +2,10 @@
 //
 // What a card remembers only while it is powered: the selected file, who has proved what, and
 // the randoms waiting to be used.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_SESSION_H
+#define TOOLS_VIRTUALCARD_MODEL_SESSION_H
 
+#include "model/apdu.h"
 #include "model/file.h"
 
 #include <set>
@@ -21,6 +23,8 @@ public:
     SFile& Df() const { return *m_path.back(); }
     /// The DFs from the MF to the current one.
     const std::vector<SFile*>& Path() const { return m_path; }
+    /// Whether all of them are active.
+    bool PathIsActive() const;
     /// The current EF. Throws SRefusal(6986) when none is selected, 6985 when it is deactivated.
     SFile& Ef() const;
     /// The file selected last: the current EF if there is one, else the current DF.
@@ -48,11 +52,12 @@ public:
     /// Whoever creates an object may give it its value once, whatever its conditions say.
     void SetCreated(const SSecurityObject& object) { m_created.insert(&object); }
     bool IsCreated(const SSecurityObject& object) const { return m_created.count(&object) != 0; }
+    void ClearCreated(const SSecurityObject& object) { m_created.erase(&object); }
     /// Neither verified nor fresh any more.
     void Forget(const SSecurityObject& object)
     {
-        m_verified.erase(&object);
-        m_created.erase(&object);
+        ClearVerified(object);
+        ClearCreated(object);
     }
 
     // Randoms, each good for one use.
@@ -60,6 +65,10 @@ public:
     Bytes TakeChallenge() { return std::exchange(m_abChallenge, {}); }
     void SetHostRandom(Bytes random) { m_abHostRandom = std::move(random); }
     Bytes TakeHostRandom() { return std::exchange(m_abHostRandom, {}); }
+
+    // An answer that waits for GET RESPONSE; no data: none does.
+    void HoldBack(SAnswer answer) { m_pending = std::move(answer); }
+    SAnswer TakePending() { return std::exchange(m_pending, {}); }
 
     // Security environment: the key reference that MANAGE SECURITY ENVIRONMENT set, or 0.
     std::uint8_t m_bKeyReference = 0;
@@ -71,9 +80,12 @@ private:
     SFile* m_pEf = nullptr;
     std::set<const SSecurityObject*> m_verified, m_created;
     Bytes m_abChallenge, m_abHostRandom;
+    SAnswer m_pending;
 };
 
 /// Refuses with 6982 unless the session satisfies the access byte.
 void RequireAccess(const CSession& session, std::uint8_t bAccess);
 
 } // namespace vcard
+
+#endif

@@ -96,7 +96,7 @@ SSecurityObject ObjectFrom(const json& from)
     object.abSm = HexOf(from, "sm", {object_sm::COUNT});
     object.abValue = HexOf(from, "value", {});
     object.bTriesLeft = Number<std::uint8_t>(from, "tries_left", object.MaxTries());
-    Check(object.Kind() != EObjectKind::ePin || object.abValue.size() <= MAX_PIN, "a long PIN");
+    Check(object.Kind() != EObjectKind::PIN || object.abValue.size() <= MAX_PIN, "a long PIN");
     object.bActive = from.at("active").get<bool>();
     object.cPresented = Number<std::uint32_t>(from, "presented");
     object.cNewValues = Number<std::uint32_t>(from, "new_values");
@@ -153,7 +153,7 @@ SFile FileFrom(const json& from, int iDepth)
 void Count(const SFile& df, json& counters)
 {
     for (const SSecurityObject& object : df.objects) {
-        if (object.Kind() != EObjectKind::ePin && object.Kind() != EObjectKind::eAuthKey) {
+        if (object.Kind() != EObjectKind::PIN && object.Kind() != EObjectKind::AUTH_KEY) {
             continue;
         }
         const std::string strName =
@@ -162,7 +162,8 @@ void Count(const SFile& df, json& counters)
                 : object.strName;
         counters[strName] = {{"presented", object.cPresented},
                              {"new_values", object.cNewValues},
-                             {"tries_left", object.bTriesLeft}};
+                             {"tries_left", object.bTriesLeft},
+                             {"active", object.bActive}};
     }
     for (const SFile& child : df.children) {
         Count(child, counters);
@@ -187,8 +188,8 @@ try {
     Check(strProfile == fresh.strProfile,
           "it is of profile \"" + strProfile + "\", not \"" + fresh.strProfile + "\"");
     image.lifeCycle = static_cast<ELifeCycle>(Number<std::uint8_t>(state, "life_cycle"));
-    Check(image.lifeCycle == ELifeCycle::eOperational ||
-              image.lifeCycle == ELifeCycle::eAdministration,
+    Check(image.lifeCycle == ELifeCycle::OPERATIONAL ||
+              image.lifeCycle == ELifeCycle::ADMINISTRATION,
           "an unknown life cycle");
     image.mf = FileFrom(state.at("mf"), MAX_DEPTH);
     Check(image.mf.wFid == FID_MF && image.mf.IsDf(), "no master file");
@@ -200,7 +201,7 @@ try {
 
 json CountersOf(const SCardImage& image)
 {
-    json counters = json::object();
+    json counters = {{"card", {{"administration", image.lifeCycle == ELifeCycle::ADMINISTRATION}}}};
     Count(image.mf, counters);
     return counters;
 }

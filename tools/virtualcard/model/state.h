@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The image as JSON and back.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_STATE_H
+#define TOOLS_VIRTUALCARD_MODEL_STATE_H
 
 #include "model/machine.h"
 
@@ -16,8 +17,10 @@ nlohmann::json ToJson(const SCardImage& image);
 /// Throws std::invalid_argument when the JSON is anything else.
 SCardImage FromJson(const nlohmann::json& state, const SCardImage& fresh);
 
-/// Counters of all PINs, PUKs and authentication keys, by name. Two objects of one name are told
-/// apart by the identifier of their DF in front.
+/// Counters of all PINs, PUKs and authentication keys, by name, and under "card" what holds for the
+/// whole. Two objects of one name are told apart by the identifier of their DF in front.
 nlohmann::json CountersOf(const SCardImage& image);
 
 } // namespace vcard
+
+#endif

@@ -2,7 +2,8 @@
 //
 // The card's data objects: one tag byte, one length byte of 0 to 255 (never a BER long form), the
 // value. Used by descriptors, security objects and the secure-messaging envelope.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_TLV_H
+#define TOOLS_VIRTUALCARD_MODEL_TLV_H
 
 #include "model/bytes.h"
 
@@ -44,3 +45,5 @@ private:
 void AppendObject(Bytes& to, std::uint8_t bTag, ByteView value);
 
 } // namespace vcard
+
+#endif

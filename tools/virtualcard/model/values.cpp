@@ -48,14 +48,14 @@ Bytes StoredPin(const SCardImage& image, Bytes pin)
 void SetValue(const SCardImage& image, SSecurityObject& object, ByteView value)
 {
     switch (object.Kind()) {
-    case EObjectKind::ePin:
+    case EObjectKind::PIN:
         object.abValue = NewPin(image, object, value);
         return;
-    case EObjectKind::eAuthKey:
-    case EObjectKind::eSmKey:
+    case EObjectKind::AUTH_KEY:
+    case EObjectKind::SM_KEY:
         object.abValue = NewDes3Key(value);
         return;
-    case EObjectKind::eRsaKey:
+    case EObjectKind::RSA_KEY:
         object.abValue = Copy(value);
         return;
     }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // New values of security objects: the one place that knows which form each kind takes.
-#pragma once
+#ifndef TOOLS_VIRTUALCARD_MODEL_VALUES_H
+#define TOOLS_VIRTUALCARD_MODEL_VALUES_H
 
 #include "model/machine.h"
 
@@ -16,3 +17,5 @@ Bytes StoredPin(const SCardImage& image, Bytes pin);
 void SetValue(const SCardImage& image, SSecurityObject& object, ByteView value);
 
 } // namespace vcard
+
+#endif

@@ -2,8 +2,8 @@
 //
 // The connection to vpcd, the virtual reader that pcscd loads as a driver.
 
-#ifndef VIRTUALCARD_VPCD_LINK_H
-#define VIRTUALCARD_VPCD_LINK_H
+#ifndef TOOLS_VIRTUALCARD_VPCD_LINK_H
+#define TOOLS_VIRTUALCARD_VPCD_LINK_H
 
 #include "vpcd/stopsignal.h"
 

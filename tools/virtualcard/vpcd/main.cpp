@@ -2,109 +2,55 @@
 //
 // pindesk-vcard: a virtual card in the virtual reader of a real pcscd.
 
-#include "session/pluggedcard.h"
+#include "plugged/options.h"
 #include "vpcd/plug.h"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
+#include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iostream>
 #include <stdexcept>
-#include <system_error>
+#include <string_view>
 
 namespace {
 
 constexpr std::uint16_t VPCD_PORT = 35963;
-constexpr unsigned LONGEST_LATENCY = 600'000; // ms
 
-/// What the command line says, before any of it is opened or checked by the card.
-struct SArguments {
-    vcard::SPluggedCardOptions session;
-    std::uint16_t usPort = VPCD_PORT;
-    unsigned uiLatency = 0;
-    std::string strProtocol = "t1";
-    std::string strLog;
-    std::vector<std::string> faults;
-};
-
-std::string JoinedProfiles()
+std::string HelpOf(const vcard::SOption& option)
 {
-    return CLI::detail::join(vcard::ProfileNames(), ", ");
+    return option.szName == std::string_view("profile")
+               ? "kind of card: " + CLI::detail::join(vcard::ProfileNames(), ", ")
+               : option.szHelp;
 }
 
-void Declare(CLI::App& app, SArguments& arguments)
+/// Binds an option to its place; values that follow one of them are not its own.
+void Declare(CLI::App& app, const vcard::SOption& option, vcard::SPluggedCardOptions& options)
 {
-    auto& session = arguments.session;
-    app.add_option("--port", arguments.usPort, "TCP port of vpcd's slot")->capture_default_str();
-    app.add_option("--profile", session.card.strProfile, "kind of card: " + JoinedProfiles())
-        ->check(CLI::IsMember(vcard::ProfileNames()))
-        ->capture_default_str();
-    app.add_option("--serial", session.card.strSerial, "serial number (default: the profile's)");
-    app.add_option("--protocol", arguments.strProtocol, "transmission protocol in the ATR")
-        ->check(CLI::IsMember({"t0", "t1"}))
-        ->capture_default_str();
-    app.add_option("--latency", arguments.uiLatency, "milliseconds before each APDU")
-        ->check(CLI::Range(0U, LONGEST_LATENCY));
-    app.add_option("--log", arguments.strLog,
-                   "append a readable APDU log to FILE (default: standard error), secrets masked")
-        ->expected(0, 1)
-        ->default_str("-")
-        ->type_name("FILE");
-    app.add_option("--state", session.statePath, "keep the card's state in FILE, across restarts")
-        ->type_name("FILE");
-    app.add_option("--counters", session.countersPath,
-                   "keep in FILE (JSON) how often each secret arrived and its tries left")
-        ->type_name("FILE");
-    app.add_flag("--require-sm", session.card.bRequireSm,
-                 "insist on secure messaging for the signature secrets");
-    app.add_flag("--unpadded", session.card.bUnpadded, "secrets have no padding");
-    app.add_option("--fault", arguments.faults,
-                   "fail the N-th APDU (repeatable): N:empty, empty-before, short, long, removed, "
-                   "removed-after, sw=XXXX, sw-after=XXXX")
-        ->type_name("N:KIND")
+    const std::string strSpelling = std::string("--") + option.szName;
+    const auto set = [&options, &option, strSpelling](const std::string& strValue) {
+        vcard::SetOption(options, option, strSpelling, strValue);
+    };
+    if (option.szValue == nullptr) {
+        app.add_flag_callback(
+            strSpelling, [set] { set("1"); }, HelpOf(option));
+        return;
+    }
+    app.add_option_function<std::vector<std::string>>(
+           strSpelling,
+           [set](const std::vector<std::string>& values) { std::ranges::for_each(values, set); },
+           HelpOf(option))
+        ->type_name(option.szValue)
         ->allow_extra_args(false);
 }
 
-vcard::CFaultPlan PlanOf(const std::vector<std::string>& faults)
+int Run(const vcard::SPluggedCardOptions& options, std::uint16_t usPort)
 {
-    vcard::CFaultPlan plan;
-    for (const auto& strRule : faults) {
-        plan.Add(strRule);
+    if (options.faults.NeedsOwnService()) {
+        throw std::invalid_argument("a card cannot make pcscd answer a PC/SC code, reset it or end "
+                                    "it; such faults exist only in the in-process card");
     }
-    if (plan.NeedsPcsc()) {
-        throw std::invalid_argument("a card cannot make pcscd answer a PC/SC code; faults of the "
-                                    "kind pcsc exist only in the in-process card");
-    }
-    return plan;
-}
-
-void OpenLog(SArguments& arguments, std::ofstream& file)
-{
-    if (arguments.strLog.empty()) {
-        return;
-    }
-    if (arguments.strLog == "-") {
-        arguments.session.log = &std::cerr;
-        return;
-    }
-    file.open(arguments.strLog, std::ios::app);
-    if (!file) {
-        throw std::system_error(errno, std::generic_category(), arguments.strLog);
-    }
-    arguments.session.log = &file;
-}
-
-int Run(SArguments& arguments)
-{
     const vcard::CStopSignal stop;
-    std::ofstream logFile;
-    OpenLog(arguments, logFile);
-    arguments.session.card.bT1 = arguments.strProtocol == "t1";
-    arguments.session.latency = std::chrono::milliseconds(arguments.uiLatency);
-    arguments.session.faults = PlanOf(arguments.faults);
-    vcard::CPluggedCard card(arguments.session);
-    vcard::ServeVpcd(card, arguments.usPort, stop);
+    vcard::CPluggedCard card(options);
+    vcard::ServeVpcd(card, {usPort, options.arrival, options.absence}, stop);
     return EXIT_SUCCESS;
 }
 
@@ -114,14 +60,18 @@ int ParseAndRun(int argc, char** argv)
         "A virtual card in the virtual reader that vpcd adds to pcscd. It stays there until "
         "SIGTERM or SIGINT.",
         "pindesk-vcard");
-    SArguments arguments;
-    Declare(app, arguments);
+    std::uint16_t usPort = VPCD_PORT;
+    vcard::SPluggedCardOptions options;
+    app.add_option("--port", usPort, "TCP port of vpcd's slot")->capture_default_str();
+    for (const vcard::SOption& option : vcard::Options()) {
+        Declare(app, option, options);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error);
     }
-    return Run(arguments);
+    return Run(options, usPort);
 }
 
 } // namespace

@@ -6,15 +6,14 @@
 
 #include "vpcd/link.h"
 
+#include <optional>
+
 namespace vcard {
 namespace {
 
 namespace control {
 constexpr std::uint8_t POWER_OFF = 0, POWER_ON = 1, RESET = 2, GET_ATR = 4;
 }
-
-// Longer than pcscd's polling period (400 ms), so that programs do see the card gone.
-constexpr std::chrono::milliseconds ABSENCE{1000};
 
 void Control(CPluggedCard& card, CVpcdLink& link, std::uint8_t bControl)
 {
@@ -32,10 +31,9 @@ void Control(CPluggedCard& card, CVpcdLink& link, std::uint8_t bControl)
     }
 }
 
-enum class EEnd { STOPPED, REMOVED, EMPTY_ANSWER };
-
-/// Serves one stay in the reader, and tells what ended it.
-EEnd ServeStay(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop)
+/// Serves one stay in the reader, and tells what befell the card in the end: no event where an
+/// answer was empty. Nothing when asked to stop.
+std::optional<EEvent> ServeStay(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop)
 {
     CVpcdLink link(usPort, stop);
     while (const auto message = link.Receive()) {
@@ -44,31 +42,32 @@ EEnd ServeStay(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop
             continue;
         }
         const SExchange exchange = card.Transmit(*message);
-        if (exchange.bRemoved) {
-            return EEnd::REMOVED;
-        }
-        if (exchange.answer.empty()) {
-            return EEnd::EMPTY_ANSWER;
+        if (exchange.event != EEvent::NONE || exchange.answer.empty()) {
+            return exchange.event;
         }
         link.Send(exchange.answer);
     }
-    return EEnd::STOPPED;
+    return std::nullopt;
 }
 
 } // namespace
 
-void ServeVpcd(CPluggedCard& card, std::uint16_t usPort, const CStopSignal& stop)
+void ServeVpcd(CPluggedCard& card, const SVpcdOptions& options, const CStopSignal& stop)
 {
-    for (;;) {
-        const EEnd end = ServeStay(card, usPort, stop);
-        if (end == EEnd::STOPPED || (end == EEnd::REMOVED && !stop.Pause(ABSENCE))) {
-            return;
-        }
-        if (end == EEnd::REMOVED) {
-            card.Reset();
-        }
+    if (!stop.Pause(options.arrival)) {
+        return;
+    }
+    while (const auto event = ServeStay(card, options.usPort, stop)) {
         // vpcd has no message for an empty answer. A connection lost during the exchange gives
         // programs one, and pcscd has the card back, never reset, with its next look at the reader.
+        if (*event == EEvent::NONE) {
+            continue;
+        }
+        card.Play(*event);
+        const bool bBack = *event == EEvent::PULLED ? stop.Await() : stop.Pause(options.absence);
+        if (!bBack) {
+            return;
+        }
     }
 }
 

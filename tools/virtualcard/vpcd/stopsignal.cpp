@@ -59,4 +59,9 @@ bool CStopSignal::Pause(std::chrono::milliseconds time) const
     return Poll(m_iSignals, NO_FILE, static_cast<int>(time.count()));
 }
 
+bool CStopSignal::Await() const
+{
+    return Poll(m_iSignals, NO_FILE, NO_LIMIT);
+}
+
 } // namespace vcard

@@ -3,8 +3,8 @@
 // SIGTERM and SIGINT as something to wait for, so that the program ends between two commands and
 // never in the middle of one.
 
-#ifndef VIRTUALCARD_VPCD_STOPSIGNAL_H
-#define VIRTUALCARD_VPCD_STOPSIGNAL_H
+#ifndef TOOLS_VIRTUALCARD_VPCD_STOPSIGNAL_H
+#define TOOLS_VIRTUALCARD_VPCD_STOPSIGNAL_H
 
 #include <chrono>
 
@@ -24,6 +24,9 @@ public:
 
     /// Waits that long. False when asked to stop.
     bool Pause(std::chrono::milliseconds time) const;
+
+    /// Waits until asked to stop; always false.
+    bool Await() const;
 
 private:
     int m_iSignals;

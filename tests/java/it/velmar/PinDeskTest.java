@@ -1,23 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Every native method against the virtual card, through the real PC/SC service.
+// Every native method against the virtual card, through the real PC/SC service. The card is there
+// from the first test to the last: each leaves it as it was.
 
 package it.velmar;
 
-import static it.velmar.VirtualCard.EMPTY_SLOT;
-import static it.velmar.VirtualCard.SLOT;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
-import it.velmar.Secret.Method;
-import it.velmar.Secret.Unblock;
+import java.io.IOException;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.HexFormat;
 import java.util.List;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.TimeUnit;
+import java.util.regex.Pattern;
 import java.util.stream.Stream;
-import org.junit.jupiter.api.AfterEach;
-import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.Timeout;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -25,161 +24,103 @@ import org.junit.jupiter.params.provider.EnumSource;
 
 @Timeout(value = 120, unit = TimeUnit.SECONDS)
 class PinDeskTest {
+    private static final int SLOT = 1;
+    private static final int EMPTY_SLOT = 2;
     private static final String NEW_VALUE = "246810";
-    private static final String WRONG_VALUE = "999999";
-    private static final List<String> BAD_LENGTHS =
-        List.of("1", "1234", "123456789", "1".repeat(300));
+    private static final String WRONG_VALUE = "99999999";
 
     private final PinDesk pinDesk = new PinDesk();
-    private VirtualCard card;
-
-    @BeforeEach
-    void insertCard() {
-        card = new VirtualCard(pinDesk);
-    }
-
-    @AfterEach
-    void takeCardOut() {
-        card.close();
-    }
 
     @ParameterizedTest
     @EnumSource
-    void changesAndChangesBack(Secret secret) {
-        assertEquals(PinDesk.OK, change(secret, secret.value, NEW_VALUE));
-        assertEquals(padded(NEW_VALUE), card.value(secret.onCard));
-        assertEquals(PinDesk.OK, change(secret, NEW_VALUE, secret.value));
-        assertEquals(padded(secret.value), card.value(secret.onCard));
+    void changesAndChangesBack(Method method) throws IOException {
+        String before = onCard(method.changed);
+        assertEquals(method.wrong, call(method, WRONG_VALUE, NEW_VALUE));
+        assertEquals(before, onCard(method.changed));
+        assertEquals(PinDesk.OK, call(method, method.present, NEW_VALUE));
+        assertEquals(padded(NEW_VALUE), onCard(method.changed));
+        restore(method.changed, NEW_VALUE);
+        assertEquals(before, onCard(method.changed));
     }
 
     @ParameterizedTest
-    @EnumSource
-    void wrongValueCostsOneTryAndBlocksWhenNoneIsLeft(Secret secret) {
-        for (int left = secret.tries - 1; left >= 0; left--) {
-            assertEquals(secret.verifyFailed, change(secret, WRONG_VALUE, NEW_VALUE));
-            assertEquals(left, card.triesLeft(secret.onCard));
+    @EnumSource(names = "UNBLOCK_.*", mode = EnumSource.Mode.MATCH_ALL)
+    void pukBringsABlockedPinBack(Method unblock) {
+        Method change = changing(unblock.changed);
+        for (int i = 0; i < 3; i++) {
+            assertEquals(change.wrong, call(change, WRONG_VALUE, NEW_VALUE));
         }
-        assertEquals(secret.blocked, change(secret, secret.value, NEW_VALUE));
-        assertEquals(padded(secret.value), card.value(secret.onCard));
-    }
-
-    @ParameterizedTest
-    @EnumSource
-    void badLengthNeverReachesTheCard(Secret secret) {
-        for (String bad : BAD_LENGTHS) {
-            assertEquals(secret.badLength, change(secret, bad, NEW_VALUE));
-            assertEquals(secret.badNewLength, change(secret, secret.value, bad));
-        }
-        assertEquals(PinDesk.MISSING_ARGUMENT, change(secret, "", NEW_VALUE));
-        assertEquals(PinDesk.MISSING_ARGUMENT, change(secret, secret.value, ""));
-        assertEquals(PinDesk.MISSING_ARGUMENT, change(secret, secret.value, null));
-        assertEquals(0, card.presented(secret.onCard));
-    }
-
-    @ParameterizedTest
-    @EnumSource
-    void pukBringsABlockedPinBack(Unblock unblock) {
-        for (int i = 0; i < unblock.pin.tries; i++) {
-            change(unblock.pin, WRONG_VALUE, NEW_VALUE);
-        }
-        assertEquals(unblock.pin.blocked, change(unblock.pin, unblock.pin.value, NEW_VALUE));
-        assertEquals(PinDesk.OK, unblock(unblock, unblock.puk.value, NEW_VALUE));
-        assertEquals(padded(NEW_VALUE), card.value(unblock.pin.onCard));
-        assertEquals(unblock.pin.tries, card.triesLeft(unblock.pin.onCard));
-        assertEquals(PinDesk.OK, change(unblock.pin, NEW_VALUE, unblock.pin.value));
-    }
-
-    @ParameterizedTest
-    @EnumSource
-    void wrongPukLeavesThePinAndBlocksInTheEnd(Unblock unblock) {
-        for (int left = unblock.puk.tries - 1; left >= 0; left--) {
-            assertEquals(unblock.puk.verifyFailed, unblock(unblock, WRONG_VALUE, NEW_VALUE));
-            assertEquals(left, card.triesLeft(unblock.puk.onCard));
-        }
-        assertEquals(unblock.puk.blocked, unblock(unblock, unblock.puk.value, NEW_VALUE));
-        assertEquals(padded(unblock.pin.value), card.value(unblock.pin.onCard));
-    }
-
-    @ParameterizedTest
-    @EnumSource
-    void unblockWithABadLengthOrAnIncompletePairPresentsNothing(Unblock unblock) {
-        for (String bad : BAD_LENGTHS) {
-            assertEquals(unblock.puk.badLength, unblock(unblock, bad, NEW_VALUE));
-            assertEquals(unblock.pin.badNewLength, unblock(unblock, unblock.puk.value, bad));
-        }
-        assertEquals(PinDesk.OK, unblock(unblock, "", NEW_VALUE));
-        assertEquals(PinDesk.OK, unblock(unblock, unblock.puk.value, ""));
-        assertEquals(0, card.presented(unblock.puk.onCard));
+        long blocked =
+            change == Method.CHANGE_CNS_PIN ? PinDesk.BLOCKED_CNS_PIN : PinDesk.BLOCKED_DS_PIN;
+        assertEquals(blocked, call(change, change.present, NEW_VALUE));
+        assertEquals(PinDesk.OK, call(unblock, unblock.present, NEW_VALUE));
+        restore(unblock.changed, NEW_VALUE);
     }
 
     @Test
-    void lengthsAreCountedInModifiedUtf8Bytes() {
-        Secret secret = Secret.CNS_PIN;
-        String present = secret.value;
+    void lengthsAreCountedInModifiedUtf8Bytes() throws IOException {
+        Method change = Method.CHANGE_CNS_PIN;
+        String present = change.present;
         for (String accepted : List.of("\u00e81\u00f22", "\u20ac\u20ac", "\ud83d\ude0012")) {
-            assertEquals(PinDesk.OK, change(secret, present, accepted));
+            assertEquals(PinDesk.OK, call(change, present, accepted));
             present = accepted;
         }
-        assertEquals("EDA0BDEDB8803132", card.value(secret.onCard));
-        assertEquals(secret.badNewLength, change(secret, present, "\u00e8\u00e8"));
-        assertEquals(secret.badNewLength,
-                     change(secret, present, "\u00e8\u00e8\u00e8\u00e8\u00e8"));
-        assertEquals(PinDesk.OK, change(Secret.DS_PIN, Secret.DS_PIN.value, "\u00e81\u00f22"));
-        assertEquals(padded("\u00e81\u00f22"), card.value(Secret.DS_PIN.onCard));
-    }
-
-    @Test
-    void noReaderAndNoCard() {
-        for (Method method : allMethods()) {
-            for (int slot :
-                 new int[] {0, -1, EMPTY_SLOT + 1, Integer.MAX_VALUE, Integer.MIN_VALUE}) {
-                assertEquals(PinDesk.NO_READER, method.call(pinDesk, slot, "12345", NEW_VALUE));
-            }
-            assertEquals(PinDesk.NO_CARD, method.call(pinDesk, EMPTY_SLOT, "12345", NEW_VALUE));
+        assertEquals("EDA0BDEDB8803132", onCard(change.changed));
+        for (String refused : List.of("\u00e8\u00e8", "\u00e8\u00e8\u00e8\u00e8\u00e8")) {
+            assertEquals(PinDesk.NEW_CNS_PIN_LENGTH, call(change, present, refused));
         }
+        restore(change.changed, present);
     }
 
-    @Test
-    void aCardThatWasTakenOutIsNoticed() {
-        card.close();
-        for (Method method : allMethods()) {
-            assertEquals(PinDesk.NO_CARD, method.call(pinDesk, SLOT, "12345", NEW_VALUE));
+    @ParameterizedTest
+    @EnumSource
+    void noReaderAndNoCard(Method method) {
+        for (int slot : new int[] {0, -1, EMPTY_SLOT + 1, Integer.MAX_VALUE, Integer.MIN_VALUE}) {
+            assertEquals(PinDesk.NO_READER, method.call.with(pinDesk, slot, "12345", NEW_VALUE));
         }
+        assertEquals(PinDesk.NO_CARD, method.call.with(pinDesk, EMPTY_SLOT, "12345", NEW_VALUE));
     }
 
     @Test
-    void threadsTakeTurnsAtOneCard() {
-        Stream.of(Secret.values())
-            .map(secret -> CompletableFuture.runAsync(() -> {
+    void fourThreadsTakeTurnsAtOneCard() {
+        changes()
+            .map(change -> CompletableFuture.runAsync(() -> {
                 for (int i = 0; i < 5; i++) {
-                    assertEquals(PinDesk.OK, change(secret, secret.value, NEW_VALUE));
-                    assertEquals(PinDesk.OK, change(secret, NEW_VALUE, secret.value));
+                    assertEquals(PinDesk.OK, call(change, change.present, NEW_VALUE));
+                    assertEquals(PinDesk.OK, call(change, NEW_VALUE, change.present));
                 }
             }))
             .toList()
             .forEach(CompletableFuture::join);
-        for (Secret secret : Secret.values()) {
-            assertEquals(padded(secret.value), card.value(secret.onCard));
-            assertEquals(secret.tries, card.triesLeft(secret.onCard));
-        }
     }
 
-    private static List<Method> allMethods() {
-        return Stream
-            .concat(Stream.of(Secret.values()).map(secret -> secret.change),
-                    Stream.of(Unblock.values()).map(unblock -> unblock.method))
-            .toList();
+    private static Stream<Method> changes() {
+        return Stream.of(Method.values()).filter(method -> method.name().startsWith("CHANGE"));
     }
 
-    private long change(Secret secret, String oldValue, String newValue) {
-        return secret.change.call(pinDesk, SLOT, oldValue, newValue);
+    private static Method changing(String secret) {
+        return changes().filter(change -> change.changed.equals(secret)).findFirst().orElseThrow();
     }
 
-    private long unblock(Unblock unblock, String puk, String newPin) {
-        return unblock.method.call(pinDesk, SLOT, puk, newPin);
+    private long call(Method method, String present, String next) {
+        return method.call.with(pinDesk, SLOT, present, next);
     }
 
-    /** A value as the card holds it, in hexadecimal. */
+    private void restore(String secret, String present) {
+        Method change = changing(secret);
+        assertEquals(PinDesk.OK, call(change, present, change.present));
+    }
+
+    /** The bytes that the card holds for a secret, in hexadecimal. */
+    private static String onCard(String secret) throws IOException {
+        String state = Files.readString(Path.of(System.getenv("PINDESK_CARD"), "state"));
+        var value = Pattern.compile("\"name\": \"" + secret + "\"[^{}]*\"value\": \"([0-9A-F ]*)\"")
+                        .matcher(state);
+        assertEquals(true, value.find(), state);
+        return value.group(1).replace(" ", "");
+    }
+
+    /** A value as the card holds it. */
     private static String padded(String value) {
         String hex =
             HexFormat.of().withUpperCase().formatHex(value.getBytes(StandardCharsets.UTF_8));

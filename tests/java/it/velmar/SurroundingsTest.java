@@ -22,11 +22,8 @@ class SurroundingsTest {
         public static void main(String[] arguments) {
             try {
                 PinDesk pinDesk = new PinDesk();
-                for (Secret secret : Secret.values()) {
-                    System.out.println(secret.change.call(pinDesk, 1, secret.value, "12345"));
-                }
-                for (Secret.Unblock unblock : Secret.Unblock.values()) {
-                    System.out.println(unblock.method.call(pinDesk, 1, unblock.puk.value, "12345"));
+                for (Method method : Method.values()) {
+                    System.out.println(method.call.with(pinDesk, 1, method.present, "12345"));
                 }
             } catch (UnsatisfiedLinkError e) {
                 System.out.println(e.getMessage());

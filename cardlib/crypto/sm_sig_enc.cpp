@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The envelopes: SMx4 (a MAC behind the data, perhaps all of it enciphered) and SMxC (the
+// secure-messaging objects of ISO/IEC 7816-4).
+
+#include "cardlib/sm_sig_enc.h"
+
+#include "cardlib/crypt.h"
+#include "cardlib/support/secret.h"
+#include "cardlib/support/tlv.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr unsigned long BLOCK = 8;
+constexpr unsigned long MAC = 8;
+constexpr unsigned long HEADER = 5; // CLA INS P1 P2 Lc
+constexpr unsigned long MAX_LC = 255;
+constexpr unsigned long TAG_AND_LENGTH = CTlv::HEADER;
+constexpr unsigned long MAX_OBJECT = TAG_AND_LENGTH + 255;
+
+constexpr unsigned char CLA_PROTECTED = 0x0C; // secure messaging, header authenticated
+constexpr unsigned char ISO_PADDING = 0x01;   // padding indicator of a cryptogram
+constexpr unsigned char PAD_START = 0x80;
+
+namespace tag { // secure-messaging objects; an odd tag says that the MAC covers the object
+constexpr unsigned char PLAIN = 0x80, PLAIN_SIGNED = 0x81;
+constexpr unsigned char CRYPTOGRAM = 0x86, CRYPTOGRAM_SIGNED = 0x87;
+constexpr unsigned char CHECKSUM = 0x8E;
+} // namespace tag
+
+constexpr unsigned long RoundUp(unsigned long cb)
+{
+    return (cb + BLOCK - 1) / BLOCK * BLOCK;
+}
+
+constexpr unsigned long IsoPaddedLen(unsigned long cb)
+{
+    return RoundUp(cb + 1);
+}
+
+constexpr unsigned char Byte(unsigned long n)
+{
+    return static_cast<unsigned char>(n);
+}
+
+/// Copies cb bytes, or steps over them when there are none to copy, and returns where the next go.
+unsigned char* Append(unsigned char* pOut, const unsigned char* pb, unsigned long cb)
+{
+    return pb == nullptr ? pOut + cb : std::copy_n(pb, cb, pOut);
+}
+
+unsigned char* AppendHeader(unsigned char* pOut, unsigned char cla, unsigned char ins,
+                            unsigned char p1, unsigned char p2, unsigned long ulLc)
+{
+    const unsigned char header[HEADER] = {cla, ins, p1, p2, Byte(ulLc)};
+    return Append(pOut, header, HEADER);
+}
+
+/// A command with a MAC behind its data, which covers all but the class byte.
+unsigned char* AppendSigned(unsigned char* pOut, const unsigned char* Des3_Key, unsigned char cla,
+                            unsigned char ins, unsigned char p1, unsigned char p2,
+                            const unsigned char* pData, unsigned long cbData)
+{
+    unsigned char* const pMac =
+        Append(AppendHeader(pOut, cla, ins, p1, p2, cbData + MAC), pData, cbData);
+    const unsigned char* const pCovered = pOut + 1;
+    MAC3_AnsiPadded(Des3_Key, pCovered, static_cast<unsigned long>(pMac - pCovered), pMac);
+    return pMac + MAC;
+}
+
+/// What the checksum of a command or response covers.
+class CMacInput {
+public:
+    void Add(const unsigned char* pb, unsigned long cb)
+    {
+        Append(m_ab.data() + m_cb, pb, cb);
+        m_cb += cb;
+    }
+
+    /// The caller's class bits, marked as protected, and the rest of the header.
+    void AddHeader(unsigned char cla, unsigned char ins, unsigned char p1, unsigned char p2)
+    {
+        const unsigned char header[] = {Byte((cla & 0xF0U) | CLA_PROTECTED), ins, p1, p2};
+        Add(header, sizeof header);
+    }
+
+    void PadHeader() { m_cb = RoundUp(m_cb); }
+
+    void AddPadded(const unsigned char* pObject, unsigned long cbObject)
+    {
+        Add(pObject, cbObject);
+        m_cb += RoundUp(cbObject) - cbObject;
+    }
+
+    void ComputeMac(const unsigned char* Des3_Key, unsigned char* pMac) const
+    {
+        MAC3_AnsiPadded(Des3_Key, m_ab.data(), m_cb, pMac);
+    }
+
+private:
+    std::array<unsigned char, 2 * BLOCK + RoundUp(MAX_OBJECT)> m_ab{};
+    unsigned long m_cb = 0;
+};
+
+/// The object of the first of two tags, or else of the second.
+CTlv FindEither(const CTlv& response, unsigned char bTag, unsigned char bElseTag)
+{
+    const CTlv found = response.Find(bTag);
+    return found ? found : response.Find(bElseTag);
+}
+
+/// Whether the checksum begins with the MAC, in a time that does not depend on where they differ.
+bool Matches(const CTlv& checksum, const unsigned char* pMac)
+{
+    if (checksum.size() < MAC) {
+        return false;
+    }
+    unsigned char differing = 0;
+    for (unsigned long n = 0; n < MAC; ++n) {
+        differing |= static_cast<unsigned char>(checksum[n] ^ pMac[n]);
+    }
+    return differing == 0;
+}
+
+unsigned char* Decipher(const unsigned char* Des3_Key, const CTlv& cryptogram,
+                        unsigned long& cbPlain)
+{
+    if (cryptogram.size() == 0) { // not even a padding indicator
+        return nullptr;
+    }
+    cbPlain = cryptogram.size() - 1;
+    return UNDES3_IsoPadded(Des3_Key, cryptogram.data() + 1, &cbPlain);
+}
+
+unsigned char* CopyOf(const CTlv& plain, unsigned long& cbPlain)
+{
+    CWipedArray copy = CWipedArray::Zeroed(plain.size());
+    if (copy) {
+        Append(copy.data(), plain.data(), plain.size());
+        cbPlain = plain.size();
+    }
+    return copy.Release();
+}
+
+} // namespace
+
+unsigned char* SMx4_SIG(const unsigned char* Des3_Key, unsigned char cla, unsigned char ins,
+                        unsigned char p1, unsigned char p2, const unsigned char* pData,
+                        unsigned long* pcbData, unsigned char* Mac3)
+{
+    if (Des3_Key == nullptr || pcbData == nullptr || Mac3 == nullptr || *pcbData > MAX_LC - MAC) {
+        return nullptr;
+    }
+    CWipedArray command = CWipedArray::Zeroed(HEADER + *pcbData + MAC);
+    if (!command) {
+        return nullptr;
+    }
+    const unsigned char* const pEnd =
+        AppendSigned(command.data(), Des3_Key, cla, ins, p1, p2, pData, *pcbData);
+    Append(Mac3, pEnd - MAC, MAC);
+    *pcbData = command.size();
+    return command.Release();
+}
+
+unsigned char* SMx4_SIG_ENC(const unsigned char* Des3_Key, unsigned char cla, unsigned char ins,
+                            unsigned char p1, unsigned char p2, const unsigned char* pData,
+                            unsigned long* pcbData)
+{
+    if (Des3_Key == nullptr || pcbData == nullptr || *pcbData > MAX_LC) {
+        return nullptr;
+    }
+    const unsigned long cbCipher = IsoPaddedLen(*pcbData + MAC);
+    CWipedArray command = CWipedArray::Zeroed(HEADER + cbCipher);
+    if (cbCipher > MAX_LC || !command) {
+        return nullptr;
+    }
+    *AppendSigned(command.data(), Des3_Key, cla, ins, p1, p2, pData, *pcbData) = PAD_START;
+    unsigned char* const pCipher = AppendHeader(command.data(), cla, ins, p1, p2, cbCipher);
+    doencrypt(Des3_Key, pCipher, cbCipher, 0);
+    *pcbData = command.size();
+    return command.Release();
+}
+
+unsigned char* SMxC_ENC_SIG(const unsigned char* Des3_Key_SIG, const unsigned char* Des3_Key_ENC,
+                            const unsigned char* RandomDataBlock, unsigned char cla,
+                            unsigned char ins, unsigned char p1, unsigned char p2,
+                            const unsigned char* pData, unsigned long cbData,
+                            unsigned char /*Le: no 97 object is sent*/,
+                            unsigned long* pcbEncodedApdu)
+{
+    if (pcbEncodedApdu == nullptr) {
+        return nullptr;
+    }
+    *pcbEncodedApdu = 0;
+    if (Des3_Key_SIG == nullptr || Des3_Key_ENC == nullptr || cbData > MAX_LC) {
+        return nullptr;
+    }
+    const unsigned long cbCipher = IsoPaddedLen(cbData);
+    const unsigned long cbCryptogram = TAG_AND_LENGTH + 1 + cbCipher;
+    const unsigned long cbLc = cbCryptogram + TAG_AND_LENGTH + MAC;
+    CWipedArray command = CWipedArray::Zeroed(HEADER + cbLc + 1); // ends with Le 00
+    if (cbLc > MAX_LC || !command) {
+        return nullptr;
+    }
+    // On purpose, as the card wants it: the class sent is 0C, the one authenticated the caller's.
+    unsigned char* const pCryptogram =
+        AppendHeader(command.data(), CLA_PROTECTED, ins, p1, p2, cbLc);
+    const unsigned char opening[] = {tag::CRYPTOGRAM_SIGNED, Byte(1 + cbCipher), ISO_PADDING};
+    unsigned char* const pCipher = Append(pCryptogram, opening, sizeof opening);
+    *Append(pCipher, pData, cbData) = PAD_START;
+    doencrypt(Des3_Key_ENC, pCipher, cbCipher, 0);
+
+    CMacInput input;
+    if (RandomDataBlock != nullptr) {
+        input.Add(RandomDataBlock, BLOCK);
+    }
+    input.AddHeader(cla, ins, p1, p2);
+    input.PadHeader();
+    input.AddPadded(pCryptogram, cbCryptogram);
+    const unsigned char checksum[] = {tag::CHECKSUM, MAC};
+    input.ComputeMac(Des3_Key_SIG, Append(pCipher + cbCipher, checksum, sizeof checksum));
+
+    *pcbEncodedApdu = command.size();
+    return command.Release();
+}
+
+unsigned char* SMxC_VRF_DEC(const unsigned char* Des3_Key_SIG, const unsigned char* Des3_Key_ENC,
+                            const unsigned char* RandomDataBlock, unsigned char cla,
+                            unsigned char ins, unsigned char p1, unsigned char p2,
+                            const unsigned char* pEncodedResponse, unsigned long cbEncodedResponse,
+                            unsigned long& cbDecodedDataLen, BOOL& bVerifyResult, BOOL& bWasDecoded)
+{
+    cbDecodedDataLen = 0;
+    bVerifyResult = 0;
+    bWasDecoded = 0;
+    const CTlv response(pEncodedResponse, cbEncodedResponse);
+    if (Des3_Key_SIG == nullptr || Des3_Key_ENC == nullptr || !response.IsChain()) {
+        return nullptr;
+    }
+    const CTlv cryptogram = FindEither(response, tag::CRYPTOGRAM_SIGNED, tag::CRYPTOGRAM);
+    const CTlv plain = FindEither(response, tag::PLAIN_SIGNED, tag::PLAIN);
+    if (!cryptogram && !plain) {
+        return nullptr;
+    }
+    bWasDecoded = 1;
+    if (const CTlv checksum = response.Find(tag::CHECKSUM); checksum) {
+        CMacInput input; // on purpose: the header is not padded here, unlike in a command
+        input.Add(RandomDataBlock, BLOCK);
+        input.AddHeader(cla, ins, p1, p2);
+        if (const CTlv covered = FindEither(response, tag::CRYPTOGRAM_SIGNED, tag::PLAIN_SIGNED);
+            covered) {
+            input.AddPadded(covered.Element().data(), covered.Element().size());
+        }
+        unsigned char mac[MAC];
+        input.ComputeMac(Des3_Key_SIG, mac);
+        if (!Matches(checksum, mac)) {
+            return nullptr;
+        }
+    }
+    bVerifyResult = 1; // also without a checksum, which the card may leave out
+    return cryptogram ? Decipher(Des3_Key_ENC, cryptogram, cbDecodedDataLen)
+                      : CopyOf(plain, cbDecodedDataLen);
+}

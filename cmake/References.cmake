@@ -1,0 +1,25 @@
+# SPDX-License-Identifier: Apache-2.0
+# The reference documents, out of the comments of the public headers and of the Java classes. A
+# parameter that no longer exists, or a name that leads nowhere, stops the build.
+find_program(DOXYGEN doxygen REQUIRED)
+file(STRINGS pindesk/public-headers.txt PUBLIC_HEADERS)
+list(TRANSFORM PUBLIC_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/)
+set(HEADERS ${PUBLIC_HEADERS})
+list(JOIN PUBLIC_HEADERS " " PUBLIC_HEADERS)
+configure_file(docs/Doxyfile.in Doxyfile @ONLY)
+set(REFERENCE ${PROJECT_BINARY_DIR}/reference)
+add_custom_command(OUTPUT ${REFERENCE}/cpp/index.html DEPENDS ${HEADERS} docs/Doxyfile.in VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${REFERENCE}/cpp
+    COMMAND ${DOXYGEN} ${PROJECT_BINARY_DIR}/Doxyfile)
+set(INDEXES ${REFERENCE}/cpp/index.html)
+
+if(PINDESK_JAVA)
+    find_package(Java REQUIRED COMPONENTS Development)
+    file(GLOB_RECURSE JAVA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/java/*.java)
+    add_custom_command(OUTPUT ${REFERENCE}/java/index.html DEPENDS ${JAVA_SOURCES} VERBATIM
+        COMMAND ${Java_JAVADOC_EXECUTABLE} -quiet -protected -Xdoclint:all -Werror -notimestamp -noindex
+            -encoding UTF-8 --release 11 -d ${REFERENCE}/java
+            ${JAVA_SOURCES})
+    list(APPEND INDEXES ${REFERENCE}/java/index.html)
+endif()
+add_custom_target(references ALL DEPENDS ${INDEXES})

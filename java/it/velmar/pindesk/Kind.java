@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+
+package it.velmar.pindesk;
+
+/** The kind of a card, from the structure of its answer to reset. */
+public enum Kind implements Numbered {
+    /** None of those below. */
+    UNKNOWN(0),
+    /** "CNS" among the historical bytes, whatever the chip. */
+    NATIONAL_SERVICES(1),
+    /** CardOS M4. */
+    CARDOS_M4(2),
+    /** PinDesk's own virtual card. */
+    VIRTUAL(3);
+
+    private final int number;
+
+    Kind(int number) { this.number = number; }
+
+    @Override
+    public int number() {
+        return number;
+    }
+}

@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What is Java's own about the desk, over the in-process card: arguments, threads, interruption,
+// memory, the end.
+
+package it.velmar.pindesk;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertNotNull;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.sun.management.HotSpotDiagnosticMXBean;
+import java.lang.management.ManagementFactory;
+import java.net.URL;
+import java.net.URLClassLoader;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Locale;
+import java.util.concurrent.Callable;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import java.util.concurrent.TimeUnit;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.AfterEach;
+import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.Timeout;
+import org.junit.jupiter.api.function.Executable;
+import org.junit.jupiter.api.io.TempDir;
+
+@Timeout(value = 120, unit = TimeUnit.SECONDS)
+class DeskTest {
+    private static final char[] PIN = "12345678".toCharArray();
+    private static final int CALLS = Integer.getInteger("pindesk.calls", 3000);
+
+    private Desk desk;
+
+    @BeforeEach
+    void open() {
+        CardControl.restart();
+        desk = Desk.open();
+    }
+
+    @AfterEach
+    void close() {
+        desk.close();
+        CardControl.variable("PINDESK_VCARD_READER", null);
+        CardControl.variable("PINDESK_VCARD2_READER", null);
+        for (int i = 0; i < 50 && CardControl.open() > 0; i++) {
+            pause(20); // a cancelled call gives back what it holds on its own thread
+        }
+        assertEquals(0, CardControl.open());
+    }
+
+    @Test
+    void looksAtReadersCardAndSecrets() throws DeskException {
+        Reader reader = desk.readers().get(0);
+        assertTrue(reader.hasCard());
+        Card card = desk.identify(reader);
+        assertEquals("6200000000000001", card.serial().orElseThrow());
+        assertEquals(desk.serial(reader), card.serial().orElseThrow());
+        assertTrue(card.operations().contains(Operation.LOCK));
+        List<SecretStatus> secrets = desk.status(card);
+        assertEquals(3, secrets.get(0).triesLeft().getAsInt());
+        assertEquals("3 tries are left", secrets.get(0).text(Locale.ENGLISH));
+        assertFalse(secrets.get(0).text(Locale.ITALY).contains("left"));
+        List<Event> events = new ArrayList<>();
+        desk.watch((event, at) -> events.add(event) && events.size() < 2);
+        assertEquals(List.of(Event.READER_CAME, Event.CARD_CAME), events);
+        assertTrue(desk.doctor(Locale.ENGLISH).stream().noneMatch(f -> f.severity() > 1));
+        assertTrue(desk.bundle(card).contains("\"exchanges\""));
+        assertFalse(desk.bundle(card).contains(card.serial().orElseThrow()));
+    }
+
+    @Test
+    void refusesWhatNoCardShouldSeeBeforeAnythingIsSent() {
+        byte[] shortKey = new byte[Options.KEY_SIZE - 1];
+        List<Executable> nulls =
+            List.of(()
+                        -> desk.verify(null, Secret.CNS_PIN, PIN),
+                    ()
+                        -> desk.readers().get(0).options().reader(null),
+                    ()
+                        -> desk.verify(Options.DEFAULT, Secret.CNS_PIN, (char[])null),
+                    () -> desk.change(Options.DEFAULT, Secret.CNS_PIN, PIN, null));
+        nulls.forEach(call -> assertThrows(NullPointerException.class, call));
+        List<Executable> wrong = List.of(
+            ()
+                -> desk.verify(Options.DEFAULT, Secret.CNS_PIN, new char[4]),
+            ()
+                -> desk.verify(Options.DEFAULT, Secret.CNS_PIN, new byte[5000]),
+            ()
+                -> desk.change(Options.DEFAULT, Secret.CNS_PIN, PIN, new char[9]),
+            ()
+                -> desk.unblock(Options.DEFAULT, Secret.CNS_PUK, PIN, PIN),
+            ()
+                -> desk.unblockFamily(Options.DEFAULT, Operation.VERIFY, PIN, PIN),
+            ()
+                -> desk.setSmKey(shortKey),
+            ()
+                -> Options.DEFAULT.adminKey(shortKey),
+            () -> Options.DEFAULT.slot(0), () -> Options.DEFAULT.timeout(Duration.ofSeconds(-1)));
+        wrong.forEach(call -> assertThrows(IllegalArgumentException.class, call));
+        assertEquals(
+            Detail.CHARACTERS,
+            desk.verify(Options.DEFAULT, Secret.CNS_PIN, "1234567\u00e0".toCharArray()).detail());
+    }
+
+    @Test
+    void tellsAWrongKeyFromAWrongPinAndForgetsIt() {
+        byte[] key = new byte[Options.KEY_SIZE];
+        Arrays.fill(key, (byte)0x31);
+        char[] pin = "13572468".toCharArray();
+        assertEquals(Outcome.SECURE_MESSAGING_REFUSED,
+                     desk.verify(Options.DEFAULT.smKey(key), Secret.DS_PIN, pin).outcome());
+        desk.setSmKey(key);
+        assertEquals(Outcome.SECURE_MESSAGING_REFUSED,
+                     desk.verify(Options.DEFAULT, Secret.DS_PIN, pin).outcome());
+        desk.setSmKey(null);
+        assertTrue(desk.verify(Options.DEFAULT, Secret.DS_PIN, pin).done());
+        assertThrows(DeskException.class, () -> desk.loadSmKey(Path.of("/nonexistent")));
+    }
+
+    @Test
+    void anInterruptEndsTheWaitingAndAnExceptionOfAListenerComesThrough() throws Exception {
+        CardControl.variable("PINDESK_VCARD_READER", "");
+        CardControl.restart();
+        Options patient = Options.DEFAULT.waitForCard(Options.FOREVER);
+        Thread caller = Thread.currentThread();
+        Thread interrupter = new Thread(() -> {
+            pause(300);
+            caller.interrupt();
+        });
+        interrupter.start();
+        Report report = desk.verify(patient, Secret.CNS_PIN, PIN);
+        assertTrue(Thread.interrupted());
+        assertEquals(Detail.CANCELLED, report.detail());
+        assertEquals(0, report.secretsSent());
+        interrupter.join();
+
+        Report late =
+            desk.verify(Options.DEFAULT.waitForCard(Duration.ofMillis(200)), Secret.CNS_PIN, PIN);
+        assertEquals(Outcome.NO_READER, late.outcome());
+        Options listening =
+            patient.onWaiting(soFar -> { throw new IllegalStateException("enough"); });
+        Thread stop = new Thread(() -> {
+            pause(3500);
+            caller.interrupt();
+        });
+        stop.start();
+        assertEquals("enough", assertThrows(IllegalStateException.class,
+                                            () -> desk.verify(listening, Secret.CNS_PIN, PIN))
+                                   .getMessage());
+        stop.join();
+        Thread.interrupted();
+    }
+
+    @Test
+    void servesManyThreadsOnTwoReadersAndClosesTwice() throws Exception {
+        CardControl.variable("PINDESK_VCARD2_READER", "Another Reader");
+        CardControl.restart();
+        ExecutorService threads = Executors.newFixedThreadPool(8);
+        Callable<Long> verifications = ()
+            -> Stream.of("PinDesk", "Another")
+                   .filter(name
+                           -> desk.verify(Options.DEFAULT.reader(name), Secret.CNS_PIN, PIN).done())
+                   .count();
+        List<Callable<Long>> work = new ArrayList<>();
+        for (int i = 0; i < 24; i++) {
+            work.add(verifications);
+        }
+        for (Future<Long> done : threads.invokeAll(work)) {
+            assertEquals(2, done.get());
+        }
+        threads.shutdown();
+        desk.close();
+        desk.close();
+        assertThrows(IllegalStateException.class, () -> desk.readers());
+    }
+
+    @Test
+    void memoryAndDescriptorsStayFlatOverManyCalls() throws Exception {
+        for (int i = 0; i < CALLS; i++) { // until pools and caches have their size
+            assertTrue(desk.verify(Options.DEFAULT, Secret.CNS_PIN, PIN).done());
+        }
+        long[] before = {resident(), descriptors()};
+        for (int i = 0; i < CALLS; i++) {
+            assertTrue(desk.verify(Options.DEFAULT, Secret.CNS_PIN, PIN).done());
+        }
+        System.gc();
+        assertTrue(resident() - before[0] < 64 << 20, before[0] + " bytes became " + resident());
+        assertTrue(descriptors() <= before[1] + 2);
+    }
+
+    @Test
+    void noSecretIsLeftInTheHeap(@TempDir Path directory) throws Exception {
+        char[] first = canary("71939");
+        char[] second = canary("28463");
+        byte[] key = new byte[Options.KEY_SIZE];
+        for (int i = 0; i < key.length; i++) {
+            key[i] = (byte)(i * i * 37 + 11);
+        }
+        desk.setSmKey(key);
+        desk.setSmKey(null);
+        desk.verify(Options.DEFAULT.smKey(key), Secret.DS_PIN, first);
+        desk.change(Options.DEFAULT, Secret.CNS_PIN, first, second);
+        desk.verify(Options.DEFAULT, Secret.CNS_PIN, bytes(second));
+        List<byte[]> forms = new ArrayList<>();
+        for (char[] value : List.of(first, second)) {
+            forms.add(bytes(value));
+            forms.add(new String(value).getBytes(StandardCharsets.UTF_16BE));
+        }
+        Arrays.fill(first, '0');
+        Arrays.fill(second, '0');
+        forms.add(key.clone());
+        Arrays.fill(key, (byte)0);
+        Path dump = directory.resolve("heap.hprof");
+        for (byte[] form : forms) { // searched for by what they are not: each byte turned
+            turn(form);
+        }
+        ManagementFactory.getPlatformMXBean(HotSpotDiagnosticMXBean.class)
+            .dumpHeap(dump.toString(), true);
+        byte[] heap = Files.readAllBytes(dump);
+        byte[] marker = "memoryAndDescriptorsStayFlat".getBytes(StandardCharsets.US_ASCII);
+        turn(marker);
+        assertTrue(holds(heap, marker)); // the search finds what is there
+        for (byte[] form : forms) {
+            assertFalse(holds(heap, form));
+        }
+    }
+
+    @Test
+    void aSecondClassLoaderIsToldWhyItCannotHaveTheLibrary() throws Exception {
+        assertNotNull(desk);
+        URL jar = Desk.class.getProtectionDomain().getCodeSource().getLocation();
+        try (URLClassLoader second =
+                 new URLClassLoader(new URL[] {jar}, ClassLoader.getPlatformClassLoader())) {
+            Object other = second.loadClass(Desk.class.getName()).getMethod("open");
+            Throwable thrown = assertThrows(java.lang.reflect.InvocationTargetException.class,
+                                            () -> ((java.lang.reflect.Method)other).invoke(null));
+            assertTrue(thrown.getCause().getMessage().contains("another class loader"),
+                       thrown.getCause().getMessage());
+        }
+    }
+
+    @Test
+    void enumerationsHaveTheNumbersOfTheLibrary() {
+        assertArrayEquals(
+            new String[] {"CNS PIN", "CNS PUK", "DS PIN", "DS PUK"},
+            Stream.of(Secret.values())
+                .limit(4)
+                .map(s -> Native.text(Native.TITLE_OF_SECRET, null, s.number(), Locale.ENGLISH))
+                .toArray());
+    }
+
+    private static void pause(long milliseconds) {
+        try {
+            Thread.sleep(milliseconds);
+        } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
+        }
+    }
+
+    private static long resident() throws Exception {
+        return Long.parseLong(Files.readString(Path.of("/proc/self/statm")).split(" ")[1]) * 4096;
+    }
+
+    private static long descriptors() throws Exception {
+        try (Stream<Path> open = Files.list(Path.of("/proc/self/fd"))) {
+            return open.count();
+        }
+    }
+
+    /** Eight digits that stand nowhere else in the program. */
+    private static char[] canary(String seed) {
+        char[] value = new char[8];
+        for (int i = 0; i < value.length; i++) {
+            value[i] = (char)('0' + (seed.charAt(i % seed.length()) * 7 + i * i) % 10);
+        }
+        return value;
+    }
+
+    private static byte[] bytes(char[] value) {
+        byte[] bytes = new byte[value.length];
+        for (int i = 0; i < value.length; i++) {
+            bytes[i] = (byte)value[i];
+        }
+        return bytes;
+    }
+
+    private static void turn(byte[] bytes) {
+        for (int i = 0; i < bytes.length; i++) {
+            bytes[i] ^= 0x55;
+        }
+    }
+
+    private static boolean holds(byte[] heap, byte[] turned) {
+        for (int i = 0; i + turned.length <= heap.length; i++) {
+            int same = 0;
+            while (same < turned.length && (heap[i + same] ^ 0x55) == turned[same]) {
+                same++;
+            }
+            if (same == turned.length) {
+                return true;
+            }
+        }
+        return false;
+    }
+}

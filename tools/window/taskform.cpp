@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "tools/window/taskform.h"
+
+#include "tools/window/words.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+
+namespace window {
+
+namespace {
+
+QLabel* Paragraph(const QString& strText)
+{
+    auto* const pLabel = new QLabel(strText);
+    pLabel->setTextFormat(Qt::PlainText);
+    pLabel->setWordWrap(true);
+    return pLabel;
+}
+
+QString Cost(const pindesk_secret_status& status)
+{
+    const std::string strSecret = TitleOf(status.secret).toStdString();
+    switch (status.state) {
+    case PINDESK_STATE_READY:
+        return Phrase("{secret}: {tries}. A wrong value costs one.",
+                      {{"secret", strSecret}, {"tries", StateOf(status).toStdString()}});
+    case PINDESK_STATE_LAST_TRY:
+        return Phrase("{secret}: this is the last try. A wrong value blocks it.",
+                      {{"secret", strSecret}});
+    default:
+        return Phrase(
+            "{secret}: the card does not tell how many tries are left. A wrong value costs "
+            "one.",
+            {{"secret", strSecret}});
+    }
+}
+
+pindesk_report Judge(pindesk_secret eSecret, bool bNew, const CValue& value)
+{
+    auto report = Empty<pindesk_report>();
+    pindesk_check_value(eSecret, bNew ? 1 : 0, value.Bytes(), 0, &report);
+    return report;
+}
+
+} // namespace
+
+CTaskForm::CTaskForm(const STask& task, const SCard& card) : m_task(task)
+{
+    auto* const pForm = new QFormLayout(this);
+    pForm->setRowWrapPolicy(QFormLayout::WrapLongRows);
+    if (const auto ePresented = task.Presented()) {
+        AddPresented(*pForm, card.secrets.at(*ePresented));
+    } else {
+        AddWord(*pForm);
+    }
+    if (task.SetsValue()) {
+        AddFresh(*pForm);
+    }
+    m_pHint = Paragraph({});
+    m_pHint->setObjectName("hint");
+    m_pHint->setMinimumHeight(2 * fontMetrics().lineSpacing());
+    m_pHint->setAlignment(Qt::AlignTop);
+    pForm->addRow(m_pHint);
+    Check();
+}
+
+CSecretField* CTaskForm::AddField(QFormLayout& form, const QString& strName, const char* szId)
+{
+    auto* const pField = new CSecretField(strName);
+    pField->setObjectName(szId);
+    form.addRow(Paragraph(strName), pField);
+    connect(pField, &CSecretField::Typed, this, &CTaskForm::Check);
+    return pField;
+}
+
+void CTaskForm::AddPresented(QFormLayout& form, const pindesk_secret_status& status)
+{
+    form.addRow(Paragraph(Cost(status)));
+    const QString strTitle = TitleOf(status.secret);
+    const bool bOld = m_task.eOperation == PINDESK_OP_CHANGE;
+    m_pPresented = AddField(
+        form, bOld ? Phrase("Present {secret}", {{"secret", strTitle.toStdString()}}) : strTitle,
+        "presented");
+    if (status.state == PINDESK_STATE_LAST_TRY) {
+        m_pLastTry = new QCheckBox(Phrase("I am sure of the value: use the last try"));
+        m_pLastTry->setObjectName("last try");
+        form.addRow(m_pLastTry);
+        connect(m_pLastTry, &QCheckBox::toggled, this, &CTaskForm::Check);
+    }
+}
+
+void CTaskForm::AddFresh(QFormLayout& form)
+{
+    const std::string strTitle = TitleOf(m_task.eTarget).toStdString();
+    if (m_task.eOperation == PINDESK_OP_REACTIVATE) {
+        form.addRow(Paragraph(Phrase("Leave the new value empty to keep the one that it had.")));
+    }
+    m_pFresh = AddField(form, Phrase("New {secret}", {{"secret", strTitle}}), "fresh");
+    m_pAgain = AddField(form, Phrase("New {secret}, once more", {{"secret", strTitle}}), "again");
+}
+
+void CTaskForm::AddWord(QFormLayout& form)
+{
+    form.addRow(Paragraph(Phrase(
+        "A locked signature PIN signs nothing until its PUK brings it back. The access conditions "
+        "of the signature application become tighter for good.")));
+    m_pWord = new QLineEdit;
+    m_pWord->setObjectName("word");
+    const QString strAsk = Phrase("Type {word} to go on", {{"word", Phrase("lock").toStdString()}});
+    m_pWord->setAccessibleName(strAsk);
+    form.addRow(Paragraph(strAsk), m_pWord);
+    connect(m_pWord, &QLineEdit::textChanged, this, &CTaskForm::Check);
+}
+
+bool CTaskForm::HasConsent() const
+{
+    return (m_pLastTry == nullptr || m_pLastTry->isChecked()) &&
+           (m_pWord == nullptr || m_pWord->text().trimmed() == Phrase("lock"));
+}
+
+QString CTaskForm::ProblemOfFresh() const
+{
+    const CValue& fresh = m_pFresh->Value();
+    const bool bKeeps = m_task.eOperation == PINDESK_OP_REACTIVATE && fresh.size() == 0;
+    if (!bKeeps && Judge(m_task.eTarget, true, fresh).outcome != PINDESK_DONE) {
+        return Phrase("The new value: {length}.",
+                      {{"length", LengthOf(m_task.eTarget).toStdString()}});
+    }
+    return fresh == m_pAgain->Value() ? QString() : Phrase("The two new values are not alike yet.");
+}
+
+QString CTaskForm::Problem() const
+{
+    if (m_pPresented != nullptr &&
+        Judge(*m_task.Presented(), false, m_pPresented->Value()).outcome != PINDESK_DONE) {
+        return Phrase("{secret}: {length}.",
+                      {{"secret", TitleOf(*m_task.Presented()).toStdString()},
+                       {"length", LengthOf(*m_task.Presented()).toStdString()}});
+    }
+    return m_pFresh == nullptr ? QString() : ProblemOfFresh();
+}
+
+void CTaskForm::Check()
+{
+    const QString strProblem = Problem();
+    m_bComplete = strProblem.isEmpty() && HasConsent();
+    const bool bWeighs = strProblem.isEmpty() && m_pFresh != nullptr;
+    m_pHint->setText(bWeighs ? WeaknessOf(Judge(m_task.eTarget, true, m_pFresh->Value()).weakness)
+                             : strProblem);
+    emit Edited();
+}
+
+std::uint32_t CTaskForm::Flags() const
+{
+    const bool bLastTry = m_pLastTry != nullptr && m_pLastTry->isChecked();
+    return bLastTry ? std::uint32_t{PINDESK_USE_LAST_TRY} : 0;
+}
+
+void CTaskForm::Take(SValues& values)
+{
+    if (m_pPresented != nullptr) {
+        values.presented.TakeFrom(m_pPresented->Value());
+    }
+    if (m_pFresh != nullptr) {
+        values.fresh.TakeFrom(m_pFresh->Value());
+        m_pAgain->Value().Clear();
+    }
+}
+
+} // namespace window

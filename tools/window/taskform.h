@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a person fills in for a task: values, and the consent where one is needed. It checks the
+// values as they are typed.
+
+#ifndef TOOLS_WINDOW_TASKFORM_H
+#define TOOLS_WINDOW_TASKFORM_H
+
+#include "tools/window/secretfield.h"
+#include "tools/window/task.h"
+
+class QCheckBox;
+class QFormLayout;
+class QLabel;
+class QLineEdit;
+
+namespace window {
+
+class CTaskForm : public QWidget {
+    Q_OBJECT
+
+public:
+    CTaskForm(const STask& task, const SCard& card);
+
+    bool IsComplete() const { return m_bComplete; }
+    /// PINDESK_USE_LAST_TRY where it was consented to.
+    std::uint32_t Flags() const;
+    /// Moves the values out of the fields.
+    void Take(SValues& values);
+
+signals:
+    void Edited();
+
+private:
+    void AddPresented(QFormLayout& form, const pindesk_secret_status& status);
+    void AddFresh(QFormLayout& form);
+    void AddWord(QFormLayout& form);
+    CSecretField* AddField(QFormLayout& form, const QString& strName, const char* szId);
+    void Check();
+    QString Problem() const;
+    QString ProblemOfFresh() const;
+    bool HasConsent() const;
+
+    const STask m_task;
+    CSecretField *m_pPresented = nullptr, *m_pFresh = nullptr, *m_pAgain = nullptr;
+    QCheckBox* m_pLastTry = nullptr;
+    QLineEdit* m_pWord = nullptr;
+    QLabel* m_pHint = nullptr;
+    bool m_bComplete = false;
+};
+
+} // namespace window
+
+#endif
