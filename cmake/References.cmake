@@ -16,10 +16,14 @@ set(INDEXES ${REFERENCE}/cpp/index.html)
 if(PINDESK_JAVA)
     find_package(Java REQUIRED COMPONENTS Development)
     file(GLOB_RECURSE JAVA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/java/*.java)
-    add_custom_command(OUTPUT ${REFERENCE}/java/index.html DEPENDS ${JAVA_SOURCES} VERBATIM
+    set(JAVADOC_JAR ${PROJECT_BINARY_DIR}/pindesk-javadoc.jar)
+    add_custom_command(OUTPUT ${JAVADOC_JAR} DEPENDS ${JAVA_SOURCES} VERBATIM
+        COMMAND ${CMAKE_COMMAND} -E rm -rf ${REFERENCE}/java
         COMMAND ${Java_JAVADOC_EXECUTABLE} -quiet -protected -Xdoclint:all -Werror -notimestamp -noindex
             -encoding UTF-8 --release 11 -d ${REFERENCE}/java
-            ${JAVA_SOURCES})
-    list(APPEND INDEXES ${REFERENCE}/java/index.html)
+            ${JAVA_SOURCES}
+        COMMAND ${Java_JAR_EXECUTABLE} --create --date=2000-01-01T00:00:00Z --file ${JAVADOC_JAR}
+            -C ${REFERENCE}/java .)
+    list(APPEND INDEXES ${JAVADOC_JAR})
 endif()
 add_custom_target(references ALL DEPENDS ${INDEXES})

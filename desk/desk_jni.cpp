@@ -11,6 +11,7 @@
 #include "pindesk/desk.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
@@ -338,26 +339,37 @@ template <typename TBody> auto Guarded(JNIEnv* env, TBody body) -> decltype(body
     }
 }
 
+template <typename T, size_t (*Text)(const T*, const char*, char*, size_t)>
+size_t OfStructure(const void* pOriginal, int32_t, const char* szLanguage, char* sz, size_t cb)
+{
+    return Text(static_cast<const T*>(pOriginal), szLanguage, sz, cb);
+}
+
+template <typename T, size_t (*Text)(T, const char*, char*, size_t)>
+size_t OfNumber(const void*, int32_t iNumber, const char* szLanguage, char* sz, size_t cb)
+{
+    return Text(static_cast<T>(iNumber), szLanguage, sz, cb);
+}
+
+size_t Version(const void*, int32_t, const char*, char* sz, size_t cb)
+{
+    return static_cast<size_t>(std::snprintf(sz, cb, "%s", pindesk_version()));
+}
+
 /// The texts, in the order of the constants TEXT_OF_REPORT and so on.
 const FTextOf TEXTS[] = {
-    [](const void* p, int32_t, const char* szLanguage, char* sz, size_t cb) {
-        return pindesk_text(static_cast<const pindesk_report*>(p), szLanguage, sz, cb);
-    },
-    [](const void* p, int32_t, const char* szLanguage, char* sz, size_t cb) {
-        return pindesk_advice(static_cast<const pindesk_report*>(p), szLanguage, sz, cb);
-    },
-    [](const void* p, int32_t, const char* szLanguage, char* sz, size_t cb) {
-        return pindesk_state_text(static_cast<const pindesk_secret_status*>(p), szLanguage, sz, cb);
-    },
-    [](const void*, int32_t iLayout, const char* szLanguage, char* sz, size_t cb) {
-        return pindesk_layout_text(iLayout, szLanguage, sz, cb);
-    },
-    [](const void*, int32_t iSecret, const char* szLanguage, char* sz, size_t cb) {
-        return pindesk_secret_title(static_cast<pindesk_secret>(iSecret), szLanguage, sz, cb);
-    },
-    [](const void*, int32_t iWeakness, const char* szLanguage, char* sz, size_t cb) {
-        return pindesk_weakness_text(static_cast<pindesk_weakness>(iWeakness), szLanguage, sz, cb);
-    },
+    OfStructure<pindesk_report, pindesk_text>,
+    OfStructure<pindesk_report, pindesk_advice>,
+    OfStructure<pindesk_secret_status, pindesk_state_text>,
+    OfNumber<int32_t, pindesk_layout_text>,
+    OfNumber<pindesk_secret, pindesk_secret_title>,
+    OfNumber<pindesk_weakness, pindesk_weakness_text>,
+    OfNumber<pindesk_kind, pindesk_kind_text>,
+    OfNumber<pindesk_outcome, pindesk_outcome_text>,
+    OfNumber<int32_t, pindesk_code_text>,
+    OfNumber<int32_t, pindesk_code_advice>,
+    OfNumber<uint16_t, pindesk_status_word_text>,
+    Version,
 };
 
 } // namespace
@@ -445,6 +457,18 @@ jbyteArray Java_it_velmar_pindesk_Native_checkValue(JNIEnv* env, jclass, jint se
                             static_cast<uint32_t>(flags), &report);
         return CMembers().Report(report).ToJava(env);
     });
+}
+
+jint Java_it_velmar_pindesk_Native_limit(JNIEnv*, jclass, jint secret, jboolean longest)
+{
+    int32_t iMin = 0, iMax = 0;
+    pindesk_limits(static_cast<pindesk_secret>(secret), &iMin, &iMax);
+    return longest != JNI_FALSE ? iMax : iMin;
+}
+
+jint Java_it_velmar_pindesk_Native_outcomeOfCode(JNIEnv*, jclass, jint code)
+{
+    return pindesk_code_outcome(code);
 }
 
 jbyteArray Java_it_velmar_pindesk_Native_words(JNIEnv* env, jclass, jint what, jbyteArray original,

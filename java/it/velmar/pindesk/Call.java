@@ -3,6 +3,7 @@
 package it.velmar.pindesk;
 
 import java.util.Locale;
+import java.util.Objects;
 import java.util.function.Consumer;
 
 /** What one call says to the native library. It refers to the caller's values and keys. */
@@ -22,6 +23,8 @@ final class Call {
     }
 
     Call about(Operation newOperation, Secret newSecret) {
+        Objects.requireNonNull(newOperation, "operation");
+        Objects.requireNonNull(newSecret, "secret");
         operation = newOperation.number();
         secret = newSecret.number();
         return this;
@@ -34,7 +37,7 @@ final class Call {
     }
 
     Call in(Locale language) {
-        locale = language;
+        locale = Objects.requireNonNull(language, "locale");
         return this;
     }
 

@@ -6,6 +6,7 @@ import java.lang.ref.Cleaner;
 import java.nio.file.Path;
 import java.util.HashSet;
 import java.util.Set;
+import java.util.concurrent.CompletionException;
 import java.util.concurrent.ExecutionException;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Future;
@@ -13,6 +14,10 @@ import java.util.concurrent.SynchronousQueue;
 import java.util.concurrent.ThreadPoolExecutor;
 import java.util.concurrent.TimeUnit;
 import java.util.concurrent.TimeoutException;
+import java.util.concurrent.locks.Condition;
+import java.util.concurrent.locks.Lock;
+import java.util.concurrent.locks.ReentrantLock;
+import java.util.function.Supplier;
 
 /**
  * The calls of one desk. Each has a native desk of its own, with the keys of the first, so that it
@@ -28,9 +33,13 @@ final class Calls implements AutoCloseable {
             return thread;
         });
     private static final long CANCEL_AGAIN_MILLISECONDS = 20;
+    private static final ThreadLocal<Calls> SERVED = new ThreadLocal<>(); // by a thread of ours
 
     private final long keys; // the native desk that holds them
     private final Cleaner.Cleanable closeKeys;
+    private final Lock lock =
+        new ReentrantLock(); // which a virtual thread awaits without a carrier
+    private final Condition ended = lock.newCondition();
     private final Set<Long> running = new HashSet<>();
     private boolean closed;
 
@@ -41,51 +50,93 @@ final class Calls implements AutoCloseable {
     }
 
     @Override
-    public synchronized void close() {
-        closed = true;
-        boolean interrupted = false;
-        while (!running.isEmpty()) {
-            running.forEach(Native::cancel);
-            try {
-                wait(CANCEL_AGAIN_MILLISECONDS);
-            } catch (InterruptedException e) {
-                interrupted = true;
-            }
+    public void close() {
+        if (SERVED.get() == this) {
+            throw new IllegalStateException("a desk is not closed from inside one of its calls");
         }
-        closeKeys.clean();
-        restore(interrupted);
+        boolean interrupted = Thread.interrupted();
+        lock.lock();
+        try {
+            closed = true;
+            while (!running.isEmpty()) {
+                running.forEach(Native::cancel);
+                interrupted |= interruptedWhileOneMayEnd();
+            }
+            closeKeys.clean();
+        } finally {
+            lock.unlock();
+            restore(interrupted);
+        }
     }
 
-    synchronized void setKey(int which, byte[] key) {
-        checkOpen();
-        Native.setKey(keys, which, key);
+    private boolean interruptedWhileOneMayEnd() {
+        try {
+            ended.await(CANCEL_AGAIN_MILLISECONDS, TimeUnit.MILLISECONDS);
+            return false;
+        } catch (InterruptedException e) {
+            return true;
+        }
     }
 
-    synchronized Report loadKey(int which, Path file) {
-        checkOpen();
-        return new Report(Native.loadKey(keys, which, Native.utf8(file.toString())));
+    void cancel() {
+        lock.lock();
+        try {
+            running.forEach(Native::cancel);
+        } finally {
+            lock.unlock();
+        }
+    }
+
+    void setKey(int which, byte[] key) { whileOpen(() -> Native.setKey(keys, which, key)); }
+
+    Report loadKey(int which, Path file) {
+        byte[] path = Native.utf8(file.toString());
+        return new Report(whileOpen(() -> Native.loadKey(keys, which, path)));
     }
 
     Report run(Call call) {
-        long desk = begin();
+        long desk = whileOpen(() -> {
+            long opened = open(keys);
+            running.add(opened);
+            return opened;
+        });
         try {
-            return await(THREADS.submit(() -> call.runOn(desk)), desk);
+            return await(THREADS.submit(() -> serve(call, desk)), desk);
         } finally {
             end(desk);
         }
     }
 
-    private synchronized long begin() {
-        checkOpen();
-        long desk = open(keys);
-        running.add(desk);
-        return desk;
+    private Report serve(Call call, long desk) {
+        SERVED.set(this);
+        try {
+            return call.runOn(desk);
+        } finally {
+            SERVED.remove();
+        }
     }
 
-    private synchronized void end(long desk) {
-        running.remove(desk);
+    private void end(long desk) {
+        lock.lock();
+        try {
+            running.remove(desk);
+            ended.signalAll();
+        } finally {
+            lock.unlock();
+        }
         Native.close(desk);
-        notifyAll();
+    }
+
+    private <T> T whileOpen(Supplier<T> body) {
+        lock.lock();
+        try {
+            if (closed) {
+                throw new IllegalStateException("the desk is closed");
+            }
+            return body.get();
+        } finally {
+            lock.unlock();
+        }
     }
 
     private static Report await(Future<Report> call, long desk) {
@@ -109,12 +160,13 @@ final class Calls implements AutoCloseable {
         }
     }
 
-    /** A call throws what a caller's visitor or listener threw, and nothing that is checked. */
+    /** What a caller's visitor or listener threw; from some languages also what is checked. */
     private static RuntimeException unchecked(Throwable thrown) {
         if (thrown instanceof Error) {
             throw(Error) thrown;
         }
-        return (RuntimeException)thrown;
+        return thrown instanceof RuntimeException ? (RuntimeException)thrown
+                                                  : new CompletionException(thrown);
     }
 
     private static void restore(boolean interrupted) {
@@ -129,11 +181,5 @@ final class Calls implements AutoCloseable {
             throw new OutOfMemoryError("no memory for a desk");
         }
         return desk;
-    }
-
-    private void checkOpen() {
-        if (closed) {
-            throw new IllegalStateException("the desk is closed");
-        }
     }
 }

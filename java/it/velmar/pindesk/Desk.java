@@ -10,6 +10,7 @@ import java.util.List;
 import java.util.Locale;
 import java.util.Objects;
 import java.util.function.BiPredicate;
+import java.util.function.Consumer;
 import java.util.function.Function;
 
 /**
@@ -49,7 +50,23 @@ public final class Desk implements AutoCloseable {
      */
     public static Desk open() { return new Desk(); }
 
-    /** Ends the waiting of calls that run, waits for their end, and wipes the keys. */
+    /**
+     * The version of the native library.
+     *
+     * @return such as "1.0.0"; the jar's is the same
+     */
+    public static String version() { return Native.text(Native.VERSION, null, 0, Locale.ROOT); }
+
+    /**
+     * Ends the waiting of the calls that run, from any thread: {@link Detail#CANCELLED}. A call of
+     * which a secret has left goes on to its outcome.
+     */
+    public void cancel() { calls.cancel(); }
+
+    /**
+     * Ends the waiting of calls that run, waits for their end, and wipes the keys. Nothing happens
+     * the second time. A watcher or listener that the desk calls cannot close it.
+     */
     @Override
     public void close() {
         calls.close();
@@ -70,8 +87,9 @@ public final class Desk implements AutoCloseable {
     public void setAdminKey(byte[] key) { setKey(Native.KEY_ADMIN, key); }
 
     /**
-     * Takes the key for secure messaging from a file: 24 bytes, or 48 hexadecimal digits. The file
-     * must be one that its owner alone can read.
+     * Takes the key for secure messaging from a file: 24 bytes, or 16 that are taken as K1 | K2 |
+     * K1, raw or as hexadecimal digits. The file must be one that its owner alone can read, and its
+     * owner root or the user.
      *
      * @param file the key file
      * @throws DeskException when the file cannot be used
@@ -96,9 +114,17 @@ public final class Desk implements AutoCloseable {
      * @return in the order of their slots; empty without a reader
      * @throws DeskException when the PC/SC service does not answer
      */
-    public List<Reader> readers() throws DeskException {
-        return collect(Native.CALL_READERS, Options.DEFAULT,
-                       members -> new Reader(new Answer(members)));
+    public List<Reader> readers() throws DeskException { return readers(Options.DEFAULT); }
+
+    /**
+     * Lists the readers.
+     *
+     * @param options of which {@link Options#timeout} and {@link Options#onWaiting} count
+     * @return in the order of their slots; empty without a reader
+     * @throws DeskException when the PC/SC service does not answer in time
+     */
+    public List<Reader> readers(Options options) throws DeskException {
+        return collect(Native.CALL_READERS, options, members -> new Reader(new Answer(members)));
     }
 
     /**
@@ -108,8 +134,19 @@ public final class Desk implements AutoCloseable {
      * @throws DeskException when the PC/SC service does not answer, or the thread was interrupted
      */
     public void watch(BiPredicate<Event, Reader> watcher) throws DeskException {
+        watch(Options.DEFAULT, watcher);
+    }
+
+    /**
+     * Tells of changes, for some time.
+     *
+     * @param options of which {@link Options#waitForCard} says how long; zero means no end
+     * @param watcher called on a thread of the desk; returns whether to go on
+     * @throws DeskException when the PC/SC service does not answer, or the thread was interrupted
+     */
+    public void watch(Options options, BiPredicate<Event, Reader> watcher) throws DeskException {
         Objects.requireNonNull(watcher, "watcher");
-        done(calls.run(new Call(Native.CALL_WATCH, Options.DEFAULT).finding(members -> {
+        done(calls.run(new Call(Native.CALL_WATCH, options(options)).finding(members -> {
             Answer answer = new Answer(members);
             return watcher.test(answer.constant(Event.class), new Reader(answer));
         })));
@@ -154,7 +191,33 @@ public final class Desk implements AutoCloseable {
      * @throws DeskException when there is no card, or it does not answer
      */
     public List<SecretStatus> status(Target target) throws DeskException {
-        return collect(Native.CALL_STATUS, options(target), SecretStatus::new);
+        return collect(Native.CALL_STATUS, target, SecretStatus::new);
+    }
+
+    /**
+     * Checks a value by itself: length, characters, weakness. No card is asked.
+     *
+     * @param options of which {@link Options#anyCharacters} counts
+     * @param secret which secret
+     * @param isNew whether the value is to be set, not to be presented
+     * @param value the value
+     * @return {@link Outcome#DONE}, with the weakness of a new value; or why it cannot be one
+     */
+    public static Report checkValue(Options options, Secret secret, boolean isNew, char[] value) {
+        return checked(secret, isNew, value, options(options).flags());
+    }
+
+    /**
+     * Checks a value by itself: length, characters, weakness. No card is asked.
+     *
+     * @param options of which {@link Options#anyCharacters} counts
+     * @param secret which secret
+     * @param isNew whether the value is to be set, not to be presented
+     * @param value the value
+     * @return {@link Outcome#DONE}, with the weakness of a new value; or why it cannot be one
+     */
+    public static Report checkValue(Options options, Secret secret, boolean isNew, byte[] value) {
+        return checked(secret, isNew, value, options(options).flags());
     }
 
     /**
@@ -163,7 +226,7 @@ public final class Desk implements AutoCloseable {
      * @param target which card
      * @param operation what is intended
      * @param secret of {@link Operation#VERIFY} and {@link Operation#CHANGE} the secret, of {@link
-     *     Operation#UNBLOCK} the PIN
+     *     Operation#UNBLOCK} the PIN, of others any
      * @return {@link Outcome#DONE}: go on
      */
     public Report check(Target target, Operation operation, Secret secret) {
@@ -322,24 +385,40 @@ public final class Desk implements AutoCloseable {
      */
     public List<Finding> doctor(Locale locale) {
         List<Finding> findings = new ArrayList<>();
-        calls.run(new Call(Native.CALL_DOCTOR, Options.DEFAULT)
-                      .in(locale)
-                      .finding(members -> findings.add(new Finding(members))));
+        doctor(Options.DEFAULT, locale, findings::add);
         return findings;
+    }
+
+    /**
+     * Finds out why it does not work, and tells each finding when it is made.
+     *
+     * @param options of which {@link Options#timeout} and {@link Options#onWaiting} count
+     * @param locale the language of the texts, English if the library does not speak it
+     * @param listener called on a thread of the desk
+     * @return {@link Outcome#DONE} without a problem, else the outcome to which the first one leads
+     */
+    public Report doctor(Options options, Locale locale, Consumer<Finding> listener) {
+        Objects.requireNonNull(listener, "listener");
+        return calls.run(
+            new Call(Native.CALL_DOCTOR, options(options)).in(locale).finding(members -> {
+                listener.accept(new Finding(members));
+                return true;
+            }));
     }
 
     /**
      * Writes down what a help desk needs, with secrets and personal data masked.
      *
      * @param target which card
-     * @return a JSON document
+     * @return a JSON document, which also says why there is no card
+     * @throws DeskException when it was not finished: the thread was interrupted
      */
-    public String bundle(Target target) {
+    public String bundle(Target target) throws DeskException {
         ByteArrayOutputStream text = new ByteArrayOutputStream();
-        calls.run(new Call(Native.CALL_BUNDLE, options(target)).finding(piece -> {
+        done(calls.run(new Call(Native.CALL_BUNDLE, options(target)).finding(piece -> {
             text.write(piece, 0, piece.length);
             return true;
-        }));
+        })));
         return new String(text.toByteArray(), StandardCharsets.UTF_8);
     }
 
@@ -352,7 +431,6 @@ public final class Desk implements AutoCloseable {
 
     private Report present(Operation operation, Target target, Secret presented, Secret changed,
                            Object value, Object newValue) {
-        Objects.requireNonNull(value, "value");
         Call call = new Call(operation.number(), options(target))
                         .about(operation, changed)
                         .with(value, newValue);
@@ -364,14 +442,20 @@ public final class Desk implements AutoCloseable {
     }
 
     private static void checkLength(Secret secret, boolean isNew, Object value, int flags) {
-        Report report = new Report(Native.checkValue(secret.number(), isNew, value, flags));
+        Report report = checked(secret, isNew, value, flags);
         if (report.detail() == Detail.LENGTH || report.detail() == Detail.NEW_LENGTH) {
             throw new IllegalArgumentException(report.message(Locale.ENGLISH));
         }
     }
 
+    private static Report checked(Secret secret, boolean isNew, Object value, int flags) {
+        Objects.requireNonNull(secret, "secret");
+        Objects.requireNonNull(value, "value");
+        return new Report(Native.checkValue(secret.number(), isNew, value, flags));
+    }
+
     private static Secret pukOf(Secret pin) {
-        switch (pin) {
+        switch (Objects.requireNonNull(pin, "pin")) {
         case CNS_PIN:
             return Secret.CNS_PUK;
         case DS_PIN:
@@ -389,6 +473,7 @@ public final class Desk implements AutoCloseable {
     }
 
     private static Options options(Target target) {
+        Objects.requireNonNull(target, "target");
         return Objects.requireNonNull(target.options(), "options");
     }
 
@@ -400,13 +485,14 @@ public final class Desk implements AutoCloseable {
     }
 
     private Card card(int call, Target target) throws DeskException {
-        return collect(call, options(target), Card::new).get(0);
+        return collect(call, target, Card::new).get(0);
     }
 
-    private <T> List<T> collect(int call, Options options, Function<byte[], T> make)
+    private <T> List<T> collect(int call, Target target, Function<byte[], T> make)
         throws DeskException {
         List<T> found = new ArrayList<>();
-        done(calls.run(new Call(call, options).finding(members -> found.add(make.apply(members)))));
+        done(calls.run(
+            new Call(call, options(target)).finding(members -> found.add(make.apply(members)))));
         return found;
     }
 }

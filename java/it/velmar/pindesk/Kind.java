@@ -2,6 +2,8 @@
 
 package it.velmar.pindesk;
 
+import java.util.Locale;
+
 /** The kind of a card, from the structure of its answer to reset. */
 public enum Kind implements Numbered {
     /** None of those below. */
@@ -20,5 +22,15 @@ public enum Kind implements Numbered {
     @Override
     public int number() {
         return number;
+    }
+
+    /**
+     * Puts it into words.
+     *
+     * @param locale its language is used, English if the library does not speak it
+     * @return a few words
+     */
+    public String text(Locale locale) {
+        return Native.text(Native.TEXT_OF_KIND, null, number, locale);
     }
 }

@@ -3,12 +3,16 @@
 package it.velmar.pindesk;
 
 import java.io.IOException;
+import java.io.InputStream;
 import java.net.URISyntaxException;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.CodeSource;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.List;
+import java.util.Locale;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
@@ -20,24 +24,46 @@ final class Library {
     private static final String PROPERTY = "pindesk.library";
     private static final List<String> NAMES = List.of("libpindesk.so", "libpindesk.so.1");
     private static final Path DEBIAN = Path.of("/usr/lib");
+    private static final byte[] ELF = {0x7F, 'E', 'L', 'F'};
+    private static final Path JAVA = Path.of("/proc/self/exe");
 
     private Library() {}
 
     static void load() {
         String chosen = System.getProperty(PROPERTY);
         List<Path> places = chosen != null ? List.of(Path.of(chosen)) : places();
-        Path file =
-            places.stream()
-                .filter(Files::isRegularFile)
-                .findFirst()
-                .orElseThrow(()
-                                 -> new UnsatisfiedLinkError(
-                                     "libpindesk.so is missing; looked for " + names(places) +
-                                     "; -D" + PROPERTY + "= says where it is"));
+        List<Path> files =
+            places.stream().filter(Files::isRegularFile).collect(Collectors.toList());
+        Path file = files.stream()
+                        .filter(Library::isForThisMachine)
+                        .findFirst()
+                        .or(() -> files.stream().findFirst())
+                        .orElseThrow(() -> missing(places));
         try {
             System.load(file.toAbsolutePath().toString());
         } catch (UnsatisfiedLinkError e) {
             throw explained(file, e);
+        }
+        checkVersion(file);
+    }
+
+    private static UnsatisfiedLinkError missing(List<Path> places) {
+        String names = places.stream().map(Path::toString).collect(Collectors.joining(", "));
+        return new UnsatisfiedLinkError("libpindesk.so is missing; looked for " + names + "; -D" +
+                                        PROPERTY + "= says where it is");
+    }
+
+    /** Of another version the answers would be read wrongly, perhaps after a PIN was changed. */
+    private static void checkVersion(Path file) {
+        String version = Native.text(Native.VERSION, null, 0, Locale.ROOT);
+        try (InputStream own = Library.class.getResourceAsStream("version")) {
+            String expected = new String(own.readAllBytes(), StandardCharsets.UTF_8).strip();
+            if (!version.equals(expected)) {
+                throw new UnsatisfiedLinkError(file + " is of version " + version +
+                                               ", the jar of version " + expected);
+            }
+        } catch (IOException e) {
+            throw new UnsatisfiedLinkError("the jar cannot be read: " + e.getMessage());
         }
     }
 
@@ -68,7 +94,7 @@ final class Library {
         }
     }
 
-    /** One folder for each architecture, all of them: the wrong ones are not there to be found. */
+    /** One folder for each architecture that is installed. */
     private static void debian(List<Path> folders) {
         try (Stream<Path> architectures = Files.list(DEBIAN)) {
             architectures.filter(path -> path.toString().contains("-linux-gnu"))
@@ -82,8 +108,22 @@ final class Library {
         }
     }
 
-    private static String names(List<Path> places) {
-        return places.stream().map(Path::toString).collect(Collectors.joining(", "));
+    private static boolean isForThisMachine(Path file) {
+        return machine(file).equals(machine(JAVA));
+    }
+
+    /** Word size, byte order and processor, from the header of a program; empty if it is none. */
+    private static String machine(Path file) {
+        byte[] header = new byte[20];
+        try (InputStream in = Files.newInputStream(file)) {
+            boolean isProgram = in.readNBytes(header, 0, header.length) == header.length &&
+                                Arrays.equals(header, 0, 4, ELF, 0, 4);
+            return isProgram
+                ? Arrays.toString(new byte[] {header[4], header[5], header[18], header[19]})
+                : "";
+        } catch (IOException e) {
+            return "";
+        }
     }
 
     private static UnsatisfiedLinkError explained(Path file, UnsatisfiedLinkError cause) {
@@ -92,8 +132,9 @@ final class Library {
         if (said.contains("already loaded in another classloader")) {
             why = "it is already loaded by another class loader of this process: load "
                   + "it.velmar.pindesk by one that both share";
-        } else if (said.contains("wrong ELF class") || said.contains("invalid ELF header") ||
-                   said.contains("Possible cause")) {
+        } else if (machine(file).isEmpty()) {
+            why = "it is no library, or cannot be read: " + said;
+        } else if (!isForThisMachine(file)) {
             why = "it is made for another machine than this Java (" +
                   System.getProperty("os.arch") + "): " + said;
         } else if (said.contains("cannot open shared object file")) {

@@ -4,6 +4,7 @@ package it.velmar.pindesk;
 
 import java.nio.charset.StandardCharsets;
 import java.util.Locale;
+import java.util.Objects;
 
 /** The native library. Objects go to it as they are, answers come back as members in a row. */
 final class Native {
@@ -24,6 +25,12 @@ final class Native {
     static final int TEXT_OF_LAYOUT = 3;
     static final int TITLE_OF_SECRET = 4;
     static final int TEXT_OF_WEAKNESS = 5;
+    static final int TEXT_OF_KIND = 6;
+    static final int TEXT_OF_OUTCOME = 7;
+    static final int TEXT_OF_CODE = 8;
+    static final int ADVICE_OF_CODE = 9;
+    static final int TEXT_OF_STATUS_WORD = 10;
+    static final int VERSION = 11;
 
     static final int KEY_SECURE_MESSAGING = 0;
     static final int KEY_ADMIN = 1;
@@ -68,9 +75,16 @@ final class Native {
     /** A report on a value by itself. */
     static native byte[] checkValue(int secret, boolean isNew, Object value, int flags);
 
+    /** The length in bytes that a person should keep to. */
+    static native int limit(int secret, boolean longest);
+
+    /** The outcome's number. */
+    static native int outcomeOfCode(int code);
+
     private static native byte[] words(int what, byte[] original, int number, byte[] language);
 
     static String text(int what, byte[] original, int number, Locale locale) {
+        Objects.requireNonNull(locale, "locale");
         return new String(words(what, original, number, utf8(locale.toLanguageTag())),
                           StandardCharsets.UTF_8);
     }

@@ -88,7 +88,7 @@ public final class Options implements Target {
      * @return options with that card
      */
     public Options serial(String number) {
-        if (number.isEmpty()) {
+        if (Objects.requireNonNull(number, "number").isEmpty()) {
             throw new IllegalArgumentException("a serial number is not empty");
         }
         return with(o -> o.serial = number);
@@ -182,7 +182,7 @@ public final class Options implements Target {
     }
 
     static void checkKey(byte[] key) {
-        if (key.length != KEY_SIZE) {
+        if (Objects.requireNonNull(key, "key").length != KEY_SIZE) {
             throw new IllegalArgumentException("a key has " + KEY_SIZE + " bytes, not " +
                                                key.length);
         }
@@ -191,7 +191,7 @@ public final class Options implements Target {
     private Options withFlag(int flag) { return with(o -> o.flags |= flag); }
 
     private static Duration notNegative(Duration time) {
-        if (time.isNegative()) {
+        if (Objects.requireNonNull(time, "time").isNegative()) {
             throw new IllegalArgumentException("a time is not negative: " + time);
         }
         return time;

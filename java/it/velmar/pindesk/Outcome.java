@@ -2,6 +2,8 @@
 
 package it.velmar.pindesk;
 
+import java.util.Locale;
+
 /** What a call came to. */
 public enum Outcome implements Numbered {
     /** It is done. */
@@ -40,5 +42,15 @@ public enum Outcome implements Numbered {
     @Override
     public int number() {
         return number;
+    }
+
+    /**
+     * Says what it means.
+     *
+     * @param locale its language is used, English if the library does not speak it
+     * @return a sentence
+     */
+    public String text(Locale locale) {
+        return Native.text(Native.TEXT_OF_OUTCOME, null, number, locale);
     }
 }

@@ -2,6 +2,8 @@
 
 package it.velmar.pindesk;
 
+import java.util.Locale;
+
 /** A PIN or a PUK. */
 public enum Secret implements Numbered {
     /** Authentication. */
@@ -25,4 +27,28 @@ public enum Secret implements Numbered {
     public int number() {
         return number;
     }
+
+    /**
+     * Names it for a person: "CNS PIN".
+     *
+     * @param locale its language is used, English if the library does not speak it
+     * @return the name
+     */
+    public String title(Locale locale) {
+        return Native.text(Native.TITLE_OF_SECRET, null, number, locale);
+    }
+
+    /**
+     * The length that a person should keep to.
+     *
+     * @return in bytes: 6 for the PINs, 8 for the PUKs, 1 for those of other families
+     */
+    public int minLength() { return Native.limit(number, false); }
+
+    /**
+     * The length that a person should keep to.
+     *
+     * @return in bytes: 8
+     */
+    public int maxLength() { return Native.limit(number, true); }
 }

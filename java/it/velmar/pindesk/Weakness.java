@@ -2,6 +2,8 @@
 
 package it.velmar.pindesk;
 
+import java.util.Locale;
+
 /** Why a new value is a weak one. It is taken all the same. */
 public enum Weakness implements Numbered {
     /** None is known. */
@@ -22,5 +24,15 @@ public enum Weakness implements Numbered {
     @Override
     public int number() {
         return number;
+    }
+
+    /**
+     * Says why a value is weak.
+     *
+     * @param locale its language is used, English if the library does not speak it
+     * @return a few words; empty for {@link #NONE}
+     */
+    public String text(Locale locale) {
+        return Native.text(Native.TEXT_OF_WEAKNESS, null, number, locale);
     }
 }

@@ -5,7 +5,6 @@
 
 package it.velmar.pindesk;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertNotNull;
@@ -24,11 +23,17 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
+import java.util.Set;
+import java.util.TreeSet;
 import java.util.concurrent.Callable;
+import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 import java.util.concurrent.TimeUnit;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeEach;
@@ -75,44 +80,89 @@ class DeskTest {
         assertFalse(secrets.get(0).text(Locale.ITALY).contains("left"));
         List<Event> events = new ArrayList<>();
         desk.watch((event, at) -> events.add(event) && events.size() < 2);
-        assertEquals(List.of(Event.READER_CAME, Event.CARD_CAME), events);
+        desk.watch(Options.DEFAULT.waitForCard(Duration.ofMillis(100)),
+                   (event, at) -> events.add(event));
+        assertEquals(
+            List.of(Event.READER_CAME, Event.CARD_CAME, Event.READER_CAME, Event.CARD_CAME),
+            events);
         assertTrue(desk.doctor(Locale.ENGLISH).stream().noneMatch(f -> f.severity() > 1));
         assertTrue(desk.bundle(card).contains("\"exchanges\""));
         assertFalse(desk.bundle(card).contains(card.serial().orElseThrow()));
+        CardControl.variable("PINDESK_VCARD_READER", "");
+        CardControl.restart();
+        List<String> found = new ArrayList<>();
+        Report diagnosis = desk.doctor(Options.DEFAULT, Locale.ENGLISH, f -> found.add(f.id()));
+        assertEquals(Outcome.NO_READER, diagnosis.outcome());
+        assertTrue(found.contains("reader-none"), found.toString());
+    }
+
+    @Test
+    void knowsWithoutACardWhatNumbersAndValuesMean() {
+        assertEquals(6, Secret.DS_PIN.minLength());
+        assertEquals(8, Secret.DS_PIN.maxLength());
+        assertEquals("DS PIN", Secret.DS_PIN.title(Locale.ENGLISH));
+        assertEquals(Outcome.WRONG_SECRET, Codes.outcome(-22));
+        assertEquals("The CNS PIN was not accepted.", Codes.text(-22, Locale.ENGLISH));
+        assertFalse(Codes.advice(-22, Locale.ITALY).isEmpty());
+        assertFalse(Codes.statusWordText(0x6983, Locale.ENGLISH).isEmpty());
+        assertFalse(Kind.VIRTUAL.text(Locale.ENGLISH).equals(Kind.VIRTUAL.text(Locale.ITALIAN)));
+        assertFalse(Outcome.BLOCKED.text(Locale.ENGLISH).isEmpty());
+        Report weak = Desk.checkValue(Options.DEFAULT, Secret.CNS_PIN, true, PIN);
+        assertEquals(Weakness.RUN, weak.weakness());
+        assertFalse(weak.weakness().text(Locale.ENGLISH).isEmpty());
+        assertEquals(Detail.NEW_LENGTH,
+                     Desk.checkValue(Options.DEFAULT, Secret.CNS_PIN, true, new byte[5]).detail());
     }
 
     @Test
     void refusesWhatNoCardShouldSeeBeforeAnythingIsSent() {
+        Options any = Options.DEFAULT;
         byte[] shortKey = new byte[Options.KEY_SIZE - 1];
-        List<Executable> nulls =
+        Map<String, Executable> nulls =
+            Map.of("target",
+                   ()
+                       -> desk.verify(null, Secret.CNS_PIN, PIN),
+                   "secret",
+                   ()
+                       -> desk.check(any, Operation.CHANGE, null),
+                   "value",
+                   ()
+                       -> desk.verify(any, Secret.CNS_PIN, (char[])null),
+                   "newValue",
+                   ()
+                       -> desk.change(any, Secret.CNS_PIN, PIN, null),
+                   "pin",
+                   ()
+                       -> desk.unblock(any, null, PIN, PIN),
+                   "name",
+                   ()
+                       -> any.reader(null),
+                   "key",
+                   ()
+                       -> any.smKey(null),
+                   "time", () -> any.timeout(null), "locale", () -> desk.doctor(null));
+        nulls.forEach(
+            (name, call)
+                -> assertEquals(name, assertThrows(NullPointerException.class, call).getMessage()));
+        List<Executable> wrong =
             List.of(()
-                        -> desk.verify(null, Secret.CNS_PIN, PIN),
+                        -> desk.verify(any, Secret.CNS_PIN, new char[4]),
                     ()
-                        -> desk.readers().get(0).options().reader(null),
+                        -> desk.verify(any, Secret.CNS_PIN, new byte[5000]),
                     ()
-                        -> desk.verify(Options.DEFAULT, Secret.CNS_PIN, (char[])null),
-                    () -> desk.change(Options.DEFAULT, Secret.CNS_PIN, PIN, null));
-        nulls.forEach(call -> assertThrows(NullPointerException.class, call));
-        List<Executable> wrong = List.of(
-            ()
-                -> desk.verify(Options.DEFAULT, Secret.CNS_PIN, new char[4]),
-            ()
-                -> desk.verify(Options.DEFAULT, Secret.CNS_PIN, new byte[5000]),
-            ()
-                -> desk.change(Options.DEFAULT, Secret.CNS_PIN, PIN, new char[9]),
-            ()
-                -> desk.unblock(Options.DEFAULT, Secret.CNS_PUK, PIN, PIN),
-            ()
-                -> desk.unblockFamily(Options.DEFAULT, Operation.VERIFY, PIN, PIN),
-            ()
-                -> desk.setSmKey(shortKey),
-            ()
-                -> Options.DEFAULT.adminKey(shortKey),
-            () -> Options.DEFAULT.slot(0), () -> Options.DEFAULT.timeout(Duration.ofSeconds(-1)));
+                        -> desk.change(any, Secret.CNS_PIN, PIN, new char[9]),
+                    ()
+                        -> desk.unblock(any, Secret.CNS_PUK, PIN, PIN),
+                    ()
+                        -> desk.unblockFamily(any, Operation.VERIFY, PIN, PIN),
+                    ()
+                        -> desk.setSmKey(shortKey),
+                    ()
+                        -> any.adminKey(shortKey),
+                    () -> any.slot(0), () -> any.timeout(Duration.ofSeconds(-1)));
         wrong.forEach(call -> assertThrows(IllegalArgumentException.class, call));
-        assertEquals(
-            Detail.CHARACTERS,
-            desk.verify(Options.DEFAULT, Secret.CNS_PIN, "1234567\u00e0".toCharArray()).detail());
+        assertEquals(Detail.CHARACTERS,
+                     desk.verify(any, Secret.CNS_PIN, "1234567\u00e0".toCharArray()).detail());
     }
 
     @Test
@@ -165,6 +215,21 @@ class DeskTest {
     }
 
     @Test
+    void endsItsCallsWhenItIsCancelledOrClosedMeanwhile() throws Exception {
+        CardControl.variable("PINDESK_VCARD_READER", "");
+        CardControl.restart();
+        Options patient = Options.DEFAULT.waitForCard(Options.FOREVER);
+        List<Runnable> ends = List.of(desk::cancel, desk::close);
+        for (Runnable end : ends) {
+            CompletableFuture<Report> call =
+                CompletableFuture.supplyAsync(() -> desk.verify(patient, Secret.CNS_PIN, PIN));
+            pause(300);
+            end.run();
+            assertEquals(Detail.CANCELLED, call.get().detail());
+        }
+    }
+
+    @Test
     void servesManyThreadsOnTwoReadersAndClosesTwice() throws Exception {
         CardControl.variable("PINDESK_VCARD2_READER", "Another Reader");
         CardControl.restart();
@@ -182,6 +247,10 @@ class DeskTest {
             assertEquals(2, done.get());
         }
         threads.shutdown();
+        assertThrows(IllegalStateException.class, () -> desk.watch((event, at) -> {
+            desk.close();
+            return true;
+        }));
         desk.close();
         desk.close();
         assertThrows(IllegalStateException.class, () -> desk.readers());
@@ -252,14 +321,43 @@ class DeskTest {
         }
     }
 
+    /** Names and numbers of the constants in C and in Java, and what calls what. */
     @Test
-    void enumerationsHaveTheNumbersOfTheLibrary() {
-        assertArrayEquals(
-            new String[] {"CNS PIN", "CNS PUK", "DS PIN", "DS PUK"},
-            Stream.of(Secret.values())
-                .limit(4)
-                .map(s -> Native.text(Native.TITLE_OF_SECRET, null, s.number(), Locale.ENGLISH))
-                .toArray());
+    void hasTheConstantsAndTheFunctionsOfTheLibrary() throws Exception {
+        Path source = Path.of(System.getProperty("pindesk.source"));
+        String header = Files.readString(source.resolve("pindesk/desk.h"));
+        Map<String, Numbered[]> kinds =
+            Map.of("",
+                   Stream.of(Outcome.values(), Secret.values(), Event.values())
+                       .flatMap(Stream::of)
+                       .toArray(Numbered[] ::new),
+                   "DETAIL_", Detail.values(), "NEXT_", Next.values(), "OP_", Operation.values(),
+                   "STATE_", State.values(), "IN_FORCE_", InForce.values(), "WEAKNESS_",
+                   Weakness.values(), "KIND_", Kind.values(), "NOTE_", Note.values());
+        Set<String> inJava = new TreeSet<>();
+        kinds.forEach(
+            (prefix, constants)
+                -> Stream.of(constants).forEach(c -> inJava.add(prefix + c + " " + c.number())));
+        Map.of("USE_LAST_TRY", Options.USE_LAST_TRY, "ANY_CHARACTERS", Options.ANY_CHARACTERS,
+               "KEEP_VERIFIED", Options.KEEP_VERIFIED, "NO_SECURE_MESSAGING",
+               Options.NO_SECURE_MESSAGING, "USE_ADMIN_KEY", Options.USE_ADMIN_KEY)
+            .forEach((name, flag) -> inJava.add(name + " " + Integer.numberOfTrailingZeros(flag)));
+        Set<String> inC = new TreeSet<>();
+        Matcher constant =
+            Pattern.compile("PINDESK_([A-Z0-9_]+)\\s*=\\s*(?:1 << )?([0-9]+)").matcher(header);
+        while (constant.find()) {
+            inC.add(constant.group(1) + " " + constant.group(2));
+        }
+        inC.removeIf(c -> c.startsWith("KEY_"));
+        assertEquals(inC, inJava);
+
+        String natives = Files.readString(source.resolve("desk/desk_jni.cpp"));
+        Matcher function =
+            Pattern.compile("PINDESK_API [^;(]*?(pindesk_[a-z_]+)\\(").matcher(header);
+        while (function.find()) {
+            assertTrue(function.group(1).endsWith("_name") || natives.contains(function.group(1)),
+                       function.group(1));
+        }
     }
 
     private static void pause(long milliseconds) {

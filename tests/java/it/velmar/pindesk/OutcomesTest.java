@@ -28,7 +28,8 @@ class OutcomesTest {
     private final Set<String> variables = new HashSet<>();
 
     static Stream<String> rows() throws IOException {
-        return Files.readAllLines(Path.of(System.getProperty("pindesk.outcomes")))
+        return Files
+            .readAllLines(Path.of(System.getProperty("pindesk.source"), "tests/desk/outcomes.txt"))
             .stream()
             .filter(line -> !line.isEmpty() && !line.startsWith("#"));
     }
