@@ -46,7 +46,7 @@ long UnblockDs(CSCardZentaris34& card, const SUnblock& ds, const SProtection& pr
     if (lSelected != result::OK && CCareful::Now()) {
         return lSelected;
     }
-    SwitchSecureMessaging(card, protection, ins::RESET_RETRY_COUNTER);
+    SwitchSecureMessaging(card, protection);
     const SOutcome unblocked = Unblock(card, DS_PIN, ds.puk, ds.newPin);
     if (unblocked.lResult == result::OK) {
         card.SetSMxCMode(0, nullptr, nullptr, nullptr, 0);
@@ -70,15 +70,16 @@ long CNS_DS_UnblockPin(long slot, char* serialNumber, unsigned char* pCNSPuk, lo
     if (lLengths != result::OK) {
         return lLengths;
     }
+    const SProtection protection{pOptional_SM_Des3Key, bUseSecureMessaging};
     // Without a pair the card is opened and nothing done: tolerated on purpose.
     return RunOperation(slot, serialNumber, EStart::CONNECTED, [&](CSCardZentaris34& card) {
+        PrepareSecureMessaging(card, protection, ins::RESET_RETRY_COUNTER);
         if (cns.Given()) {
             const long lResult = UnblockCns(card, cns);
             if (lResult != result::OK) {
                 return lResult;
             }
         }
-        return ds.Given() ? UnblockDs(card, ds, {pOptional_SM_Des3Key, bUseSecureMessaging})
-                          : result::OK;
+        return ds.Given() ? UnblockDs(card, ds, protection) : result::OK;
     });
 }

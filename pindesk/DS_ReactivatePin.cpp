@@ -25,13 +25,14 @@ long DS_ReactivatePin(long slot, char* serialNumber, unsigned char* pDSPuk, long
     if (newPin.cb > static_cast<long>(CPinBlock::size())) {
         return result::DS_PIN_LENGTH;
     }
+    const SProtection protection{pOptional_SM_Des3Key, bUseSecureMessaging};
     return RunOperation(slot, serialNumber, EStart::MF_SELECTED, [&](CSCardZentaris34& card) {
         const long lSelected = SelectSignatureDf(card);
         if (lSelected != result::OK && CCareful::Now()) {
             return lSelected;
         }
-        SwitchSecureMessaging(card, {pOptional_SM_Des3Key, bUseSecureMessaging},
-                              ins::RESET_RETRY_COUNTER);
+        PrepareSecureMessaging(card, protection, ins::RESET_RETRY_COUNTER);
+        SwitchSecureMessaging(card, protection);
         const SOutcome reactivated = Reactivate(card, puk, newPin);
         if (reactivated.lResult == result::OK) {
             RewriteSignaturePin(card);

@@ -134,7 +134,7 @@ typedef enum pindesk_detail {
     PINDESK_DETAIL_NOT_TOLD = 122,      /**< the card does not tell */
     PINDESK_DETAIL_TOO_FEW_TRIES = 123, /**< finding out could have blocked the secret */
 
-    /* with PINDESK_INTERNAL_ERROR */
+    /* with PINDESK_INTERNAL_ERROR, NO_MEMORY also with PINDESK_OUTCOME_UNKNOWN */
     PINDESK_DETAIL_NO_MEMORY = 130, /**< or no thread */
     PINDESK_DETAIL_UNKNOWN_CODE = 131,
 

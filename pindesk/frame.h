@@ -80,7 +80,7 @@ private:
 using CCnsFrame = CFrame<CSCardZentaris34>;
 
 /// Runs long(): one operation, with the settings and the care that it finds at its start.
-/// \return what it returns; NO_CONTEXT when memory was short before the card was open.
+/// \return what it returns; NO_CONTEXT when memory was short before the first secret left.
 template <typename TOperation> long RunWithSettings(TOperation operation)
 {
     const CSettingsSnapshot settings;

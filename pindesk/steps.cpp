@@ -7,6 +7,8 @@
 #include "pindesk/constants.h"
 #include "pindesk/present.h"
 
+#include <new>
+
 namespace pindesk {
 
 const unsigned char* ChooseKey(const unsigned char* pOptionalKey, bool bNeeded)
@@ -14,12 +16,22 @@ const unsigned char* ChooseKey(const unsigned char* pOptionalKey, bool bNeeded)
     return pOptionalKey == nullptr && bNeeded ? DEFAULT_DES3_KEY : pOptionalKey;
 }
 
-void SwitchSecureMessaging(CSCardZentaris34& card, const SProtection& protection, std::uint8_t bIns)
+void PrepareSecureMessaging(CSCardZentaris34& card, const SProtection& protection,
+                            std::uint8_t bIns)
 {
     const bool bProtect = protection.bProtect != 0;
     const unsigned char* const pKey = ChooseKey(protection.pOptionalKey, bProtect);
     CK_BYTE instructions[] = {ins::VERIFY, bIns};
     card.SetSMxCMode(bProtect, pKey, pKey, instructions, sizeof instructions);
+    card.m_bUseSMxCMode = 0;
+    if (bProtect && card.m_pbINSList == nullptr) { // without the list all would be protected
+        throw std::bad_alloc();
+    }
+}
+
+void SwitchSecureMessaging(CSCardZentaris34& card, const SProtection& protection)
+{
+    card.m_bUseSMxCMode = protection.bProtect != 0;
 }
 
 SOutcome Verify(CSCardZentaris34& card, ESecret eSecret, const SValue& value)

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The steps of the operations on a card that is open and held in a transaction. Nothing here
-// allocates, throws, opens or closes anything. Internal.
+// opens or closes anything, nor allocates or throws but where that is said. Internal.
 //
 // For the secrets of the signature application, its DF has to be selected and secure messaging to
-// be switched first.
+// be prepared and switched first.
 
 #ifndef PINDESK_STEPS_H
 #define PINDESK_STEPS_H
@@ -22,10 +22,14 @@ struct SProtection {
     BOOL bProtect;                     ///< whether secure messaging is used at all
 };
 
-/// Switches secure messaging of the session as the caller wants it.
+/// Makes the session ready for secure messaging as the caller wants it; all still travels plain.
+/// Before the first secret leaves: it allocates, and throws std::bad_alloc.
 /// \param bIns  the instruction that is protected beside VERIFY.
-void SwitchSecureMessaging(CSCardZentaris34& card, const SProtection& protection,
-                           std::uint8_t bIns);
+void PrepareSecureMessaging(CSCardZentaris34& card, const SProtection& protection,
+                            std::uint8_t bIns);
+
+/// Begins with what was prepared.
+void SwitchSecureMessaging(CSCardZentaris34& card, const SProtection& protection);
 
 /// The key of a caller, or the library's own when one is needed and none given.
 const unsigned char* ChooseKey(const unsigned char* pOptionalKey, bool bNeeded);
@@ -73,11 +77,12 @@ template <typename TGiven, typename TStep>
 long ForEachSecret(CSCardZentaris34& card, const SProtection& protection, const TGiven (&given)[4],
                    TStep step)
 {
+    PrepareSecureMessaging(card, protection, ins::CHANGE_REFERENCE_DATA);
     // The CNS secrets are global: they do not depend on this selection.
     const long lSelected = SelectSignatureDf(card);
     for (const ESecret e : {CNS_PIN, CNS_PUK, DS_PIN, DS_PUK}) {
         if (e == DS_PIN) {
-            SwitchSecureMessaging(card, protection, ins::CHANGE_REFERENCE_DATA);
+            SwitchSecureMessaging(card, protection);
         }
         if (!given[e].Given()) {
             continue;

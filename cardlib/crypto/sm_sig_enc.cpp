@@ -6,8 +6,7 @@
 #include "cardlib/sm_sig_enc.h"
 
 #include "cardlib/crypt.h"
-#include "cardlib/support/secret.h"
-#include "cardlib/support/tlv.h"
+#include "cardlib/crypto/smxc.h"
 
 #include <algorithm>
 #include <array>
@@ -81,9 +80,10 @@ public:
     }
 
     /// The caller's class bits, marked as protected, and the rest of the header.
-    void AddHeader(unsigned char cla, unsigned char ins, unsigned char p1, unsigned char p2)
+    void AddHeader(const smxc::SMaterial& plain)
     {
-        const unsigned char header[] = {Byte((cla & 0xF0U) | CLA_PROTECTED), ins, p1, p2};
+        const unsigned char header[] = {Byte((plain.cla & 0xF0U) | CLA_PROTECTED), plain.ins,
+                                        plain.p1, plain.p2};
         Add(header, sizeof header);
     }
 
@@ -125,22 +125,28 @@ bool Matches(const CTlv& checksum, const unsigned char* pMac)
     return differing == 0;
 }
 
-unsigned char* Decipher(const unsigned char* Des3_Key, const CTlv& cryptogram,
-                        unsigned long& cbPlain)
+/// \return whether there is a plain text.
+bool Decipher(const unsigned char* Des3_Key, const CTlv& cryptogram,
+              CSecret<smxc::MAX_PLAIN>& plain, unsigned long& cbPlain)
 {
+    constexpr unsigned long NO_PADDING = 0xFFFFFFFF;
     if (cryptogram.size() == 0) { // not even a padding indicator
-        return nullptr;
+        return false;
     }
-    cbPlain = cryptogram.size() - 1;
-    return UNDES3_IsoPadded(Des3_Key, cryptogram.data() + 1, &cbPlain);
+    const unsigned long cbCipher = cryptogram.size() - 1;
+    (void)plain.Assign(cryptogram.data() + 1, cbCipher, 0); // fits: a length of one byte
+    doencrypt(Des3_Key, plain.data(), cbCipher, 1);
+    cbPlain = IsoPadded_GetUnpaddedLen(plain.data(), cbCipher);
+    return cbPlain != NO_PADDING;
 }
 
-unsigned char* CopyOf(const CTlv& plain, unsigned long& cbPlain)
+/// A result that the caller frees. Null and of no length when there is no memory for it.
+unsigned char* HandOut(const unsigned char* pb, std::size_t cb, unsigned long& cbOut)
 {
-    CWipedArray copy = CWipedArray::Zeroed(plain.size());
+    CWipedArray copy = CWipedArray::Zeroed(cb);
+    cbOut = copy.size();
     if (copy) {
-        Append(copy.data(), plain.data(), plain.size());
-        cbPlain = plain.size();
+        Append(copy.data(), pb, cb);
     }
     return copy.Release();
 }
@@ -184,6 +190,71 @@ unsigned char* SMx4_SIG_ENC(const unsigned char* Des3_Key, unsigned char cla, un
     return command.Release();
 }
 
+std::size_t smxc::Seal(const SMaterial& material, const unsigned char* pData, std::size_t cbData,
+                       CSecret<MAX_SEALED>& sealed)
+{
+    if (cbData > MAX_LC) {
+        return 0;
+    }
+    const unsigned long cbCipher = IsoPaddedLen(cbData);
+    const unsigned long cbCryptogram = TAG_AND_LENGTH + 1 + cbCipher;
+    const unsigned long cbLc = cbCryptogram + TAG_AND_LENGTH + MAC;
+    if (cbLc > MAX_LC) {
+        return 0;
+    }
+    // On purpose, as the card wants it: the class sent is 0C, the one authenticated the caller's.
+    unsigned char* const pCryptogram =
+        AppendHeader(sealed.data(), CLA_PROTECTED, material.ins, material.p1, material.p2, cbLc);
+    const unsigned char opening[] = {tag::CRYPTOGRAM_SIGNED, Byte(1 + cbCipher), ISO_PADDING};
+    unsigned char* const pCipher = Append(pCryptogram, opening, sizeof opening);
+    *Append(pCipher, pData, cbData) = PAD_START;
+    doencrypt(material.pKeyEnc, pCipher, cbCipher, 0);
+
+    CMacInput input;
+    if (material.pRandom != nullptr) {
+        input.Add(material.pRandom, BLOCK);
+    }
+    input.AddHeader(material);
+    input.PadHeader();
+    input.AddPadded(pCryptogram, cbCryptogram);
+    const unsigned char checksum[] = {tag::CHECKSUM, MAC};
+    input.ComputeMac(material.pKeySig, Append(pCipher + cbCipher, checksum, sizeof checksum));
+    return HEADER + cbLc + 1; // ends with Le 00
+}
+
+smxc::EOpened smxc::Open(const SMaterial& material, const CTlv& answer, CSecret<MAX_PLAIN>& plain,
+                         unsigned long& cbPlain)
+{
+    cbPlain = 0;
+    const CTlv cryptogram = FindEither(answer, tag::CRYPTOGRAM_SIGNED, tag::CRYPTOGRAM);
+    const CTlv clear = FindEither(answer, tag::PLAIN_SIGNED, tag::PLAIN);
+    if (!answer.IsChain() || (!cryptogram && !clear)) {
+        return EOpened::NOT_PROTECTED;
+    }
+    // An answer without a checksum passes: the card may leave it out.
+    if (const CTlv checksum = answer.Find(tag::CHECKSUM); checksum) {
+        CMacInput input; // on purpose: the header is not padded here, unlike in a command
+        input.Add(material.pRandom, BLOCK);
+        input.AddHeader(material);
+        if (const CTlv covered = FindEither(answer, tag::CRYPTOGRAM_SIGNED, tag::PLAIN_SIGNED);
+            covered) {
+            input.AddPadded(covered.Element().data(), covered.Element().size());
+        }
+        unsigned char mac[MAC];
+        input.ComputeMac(material.pKeySig, mac);
+        if (!Matches(checksum, mac)) {
+            return EOpened::WRONG_CHECKSUM;
+        }
+    }
+    if (cryptogram) {
+        return Decipher(material.pKeyEnc, cryptogram, plain, cbPlain) ? EOpened::OPENED
+                                                                      : EOpened::UNREADABLE;
+    }
+    (void)plain.Assign(clear.data(), clear.size(), 0); // fits: a length of one byte
+    cbPlain = clear.size();
+    return EOpened::OPENED;
+}
+
 unsigned char* SMxC_ENC_SIG(const unsigned char* Des3_Key_SIG, const unsigned char* Des3_Key_ENC,
                             const unsigned char* RandomDataBlock, unsigned char cla,
                             unsigned char ins, unsigned char p1, unsigned char p2,
@@ -195,36 +266,13 @@ unsigned char* SMxC_ENC_SIG(const unsigned char* Des3_Key_SIG, const unsigned ch
         return nullptr;
     }
     *pcbEncodedApdu = 0;
-    if (Des3_Key_SIG == nullptr || Des3_Key_ENC == nullptr || cbData > MAX_LC) {
+    if (Des3_Key_SIG == nullptr || Des3_Key_ENC == nullptr) {
         return nullptr;
     }
-    const unsigned long cbCipher = IsoPaddedLen(cbData);
-    const unsigned long cbCryptogram = TAG_AND_LENGTH + 1 + cbCipher;
-    const unsigned long cbLc = cbCryptogram + TAG_AND_LENGTH + MAC;
-    CWipedArray command = CWipedArray::Zeroed(HEADER + cbLc + 1); // ends with Le 00
-    if (cbLc > MAX_LC || !command) {
-        return nullptr;
-    }
-    // On purpose, as the card wants it: the class sent is 0C, the one authenticated the caller's.
-    unsigned char* const pCryptogram =
-        AppendHeader(command.data(), CLA_PROTECTED, ins, p1, p2, cbLc);
-    const unsigned char opening[] = {tag::CRYPTOGRAM_SIGNED, Byte(1 + cbCipher), ISO_PADDING};
-    unsigned char* const pCipher = Append(pCryptogram, opening, sizeof opening);
-    *Append(pCipher, pData, cbData) = PAD_START;
-    doencrypt(Des3_Key_ENC, pCipher, cbCipher, 0);
-
-    CMacInput input;
-    if (RandomDataBlock != nullptr) {
-        input.Add(RandomDataBlock, BLOCK);
-    }
-    input.AddHeader(cla, ins, p1, p2);
-    input.PadHeader();
-    input.AddPadded(pCryptogram, cbCryptogram);
-    const unsigned char checksum[] = {tag::CHECKSUM, MAC};
-    input.ComputeMac(Des3_Key_SIG, Append(pCipher + cbCipher, checksum, sizeof checksum));
-
-    *pcbEncodedApdu = command.size();
-    return command.Release();
+    CSecret<smxc::MAX_SEALED> sealed;
+    const std::size_t cb = smxc::Seal(
+        {Des3_Key_SIG, Des3_Key_ENC, RandomDataBlock, cla, ins, p1, p2}, pData, cbData, sealed);
+    return cb == 0 ? nullptr : HandOut(sealed.data(), cb, *pcbEncodedApdu);
 }
 
 unsigned char* SMxC_VRF_DEC(const unsigned char* Des3_Key_SIG, const unsigned char* Des3_Key_ENC,
@@ -236,31 +284,16 @@ unsigned char* SMxC_VRF_DEC(const unsigned char* Des3_Key_SIG, const unsigned ch
     cbDecodedDataLen = 0;
     bVerifyResult = 0;
     bWasDecoded = 0;
-    const CTlv response(pEncodedResponse, cbEncodedResponse);
-    if (Des3_Key_SIG == nullptr || Des3_Key_ENC == nullptr || !response.IsChain()) {
+    if (Des3_Key_SIG == nullptr || Des3_Key_ENC == nullptr) {
         return nullptr;
     }
-    const CTlv cryptogram = FindEither(response, tag::CRYPTOGRAM_SIGNED, tag::CRYPTOGRAM);
-    const CTlv plain = FindEither(response, tag::PLAIN_SIGNED, tag::PLAIN);
-    if (!cryptogram && !plain) {
-        return nullptr;
-    }
-    bWasDecoded = 1;
-    if (const CTlv checksum = response.Find(tag::CHECKSUM); checksum) {
-        CMacInput input; // on purpose: the header is not padded here, unlike in a command
-        input.Add(RandomDataBlock, BLOCK);
-        input.AddHeader(cla, ins, p1, p2);
-        if (const CTlv covered = FindEither(response, tag::CRYPTOGRAM_SIGNED, tag::PLAIN_SIGNED);
-            covered) {
-            input.AddPadded(covered.Element().data(), covered.Element().size());
-        }
-        unsigned char mac[MAC];
-        input.ComputeMac(Des3_Key_SIG, mac);
-        if (!Matches(checksum, mac)) {
-            return nullptr;
-        }
-    }
-    bVerifyResult = 1; // also without a checksum, which the card may leave out
-    return cryptogram ? Decipher(Des3_Key_ENC, cryptogram, cbDecodedDataLen)
-                      : CopyOf(plain, cbDecodedDataLen);
+    CSecret<smxc::MAX_PLAIN> plain;
+    const smxc::EOpened eOpened =
+        smxc::Open({Des3_Key_SIG, Des3_Key_ENC, RandomDataBlock, cla, ins, p1, p2},
+                   CTlv(pEncodedResponse, cbEncodedResponse), plain, cbDecodedDataLen);
+    bWasDecoded = eOpened != smxc::EOpened::NOT_PROTECTED ? 1 : 0;
+    bVerifyResult = bWasDecoded != 0 && eOpened != smxc::EOpened::WRONG_CHECKSUM ? 1 : 0;
+    return eOpened == smxc::EOpened::OPENED
+               ? HandOut(plain.data(), cbDecodedDataLen, cbDecodedDataLen)
+               : nullptr;
 }

@@ -4,6 +4,7 @@
 
 #include "cardlib/scardcardosm4.h"
 
+#include "cardlib/crypto/smxc.h"
 #include "cardlib/sessions/apdu.h"
 #include "cardlib/sm_sig_enc.h"
 #include "cardlib/support/careful.h"
@@ -102,28 +103,24 @@ bool MayBeOpened(const CK_BYTE* pbAnswer, DWORD cbAnswer)
 }
 
 /// Opens an answer longer than a status word.
-long Unwrap(const CK_BYTE* Des3Key_SIG, const CK_BYTE* Des3Key_ENC, const CRandoms& randoms,
-            const CK_BYTE* h, const CK_BYTE* pbAnswer, DWORD cbAnswer, const SCallerBuffer& out)
+long Unwrap(const smxc::SMaterial& material, const CK_BYTE* pbAnswer, DWORD cbAnswer,
+            const SCallerBuffer& out)
 {
-    CK_ULONG cbDecoded = 0;
-    BOOL bVerified = 0;
-    BOOL bWasDecoded = 0;
-    CK_BYTE* const pbDecoded =
-        SMxC_VRF_DEC(Des3Key_SIG, Des3Key_ENC, randoms.data(), h[0], h[1], h[2], h[3], pbAnswer,
-                     cbAnswer, cbDecoded, bVerified, bWasDecoded);
-    const CWipedArray decoded(pbDecoded, cbDecoded);
-    if (!bWasDecoded && cbAnswer > *out.pcbOut) {
+    CSecret<smxc::MAX_PLAIN> plain;
+    CK_ULONG cbPlain = 0;
+    const smxc::EOpened eOpened = smxc::Open(material, CTlv(pbAnswer, cbAnswer), plain, cbPlain);
+    if (eOpened == smxc::EOpened::NOT_PROTECTED && cbAnswer > *out.pcbOut) {
         return eM4Error_invalid_args;
     }
-    if (!bWasDecoded) {
+    if (eOpened == smxc::EOpened::NOT_PROTECTED) {
         out.Take(pbAnswer, cbAnswer);
         return 0;
     }
-    if (!bVerified || !decoded || !MayBeOpened(pbAnswer, cbAnswer)) {
+    if (eOpened != smxc::EOpened::OPENED || !MayBeOpened(pbAnswer, cbAnswer)) {
         return eM4Error_SM_LE_doesnt_fit_output;
     }
     // The capacity counts the data only, as callers of this transport rely on.
-    out.Take(decoded.data(), std::min<DWORD>(decoded.size(), *out.pcbOut));
+    out.Take(plain.data(), std::min<DWORD>(cbPlain, *out.pcbOut));
     std::memcpy(out.pbOut + *out.pcbOut, pbAnswer + cbAnswer - 2, 2);
     *out.pcbOut += 2;
     return 0;
@@ -201,16 +198,15 @@ long CSCardCardOSM4::Transmit_SMxC(const CK_BYTE* Des3Key_SIG, const CK_BYTE* De
         return lResult;
     }
     const CK_BYTE* const h = plain.pbHeader;
-    CK_ULONG cbEncoded = 0;
-    CK_BYTE* const pbEncoded =
-        SMxC_ENC_SIG(Des3Key_SIG, Des3Key_ENC, randoms.data() + RANDOM, h[0], h[1], h[2], h[3],
-                     plain.pbData, plain.cbData, plain.bLe, &cbEncoded);
-    const CWipedArray encoded(pbEncoded, cbEncoded);
-    if (!encoded || encoded.size() == 0) {
+    smxc::SMaterial material{Des3Key_SIG, Des3Key_ENC, randoms.data() + RANDOM, h[0], h[1],
+                             h[2],        h[3]};
+    CSecret<smxc::MAX_SEALED> sealed;
+    const std::size_t cbSealed = smxc::Seal(material, plain.pbData, plain.cbData, sealed);
+    if (cbSealed == 0) {
         return BAD_COMMAND;
     }
     CResponseApdu response(ANSWER_CAPACITY);
-    lResult = Transmit2(encoded.data(), encoded.size(), response.data(), response.Length());
+    lResult = Transmit2(sealed.data(), cbSealed, response.data(), response.Length());
     if (lResult != 0) {
         return lResult;
     }
@@ -223,7 +219,8 @@ long CSCardCardOSM4::Transmit_SMxC(const CK_BYTE* Des3Key_SIG, const CK_BYTE* De
         out.Take(response.data(), std::min(*pcbRecvLength, cbAnswer));
         return 0;
     }
-    return Unwrap(Des3Key_SIG, Des3Key_ENC, randoms, h, response.data(), cbAnswer, out);
+    material.pRandom = randoms.data();
+    return Unwrap(material, response.data(), cbAnswer, out);
 }
 
 long CSCardCardOSM4::Transmit_SMx4(const CK_BYTE* Des3Key, const CK_BYTE* pbSendBuffer,

@@ -5,6 +5,9 @@
 // on no secret goes to the card twice. The same faults pass over in the transport without it. Short
 // memory likewise.
 
+#include "pindesk/constants.h"
+#include "pindesk/desk.h"
+#include "tests/support/envelopes.h"
 #include "tests/support/nomemory.h"
 #include "tests/support/operation_test.h"
 
@@ -33,14 +36,18 @@ const SSwept SWEPT[] = {
     {VERIFY, {-4, -22, -23, -24, -25}},
     {VERIFY_ONE, {-4, -24}, {.bProtect = 1}},
     {CHANGE, {-4, -15, -16, -17, -18, -22, -23, -24, -25}},
+    {CHANGE, {-4, -15, -16, -17, -18, -22, -23, -24, -25}, {.bProtect = 1}},
     {UNBLOCK, {-4, -20, -21, -23, -25, -32}},
+    {UNBLOCK, {-4, -20, -21, -23, -25, -32}, {.bProtect = 1}},
     {DEACTIVATE, {-4, -26, -27, -32}, {.bProtect = 1}},
     {REACTIVATE, {-4, -25, -28, -29, -32}},
+    {REACTIVATE, {-4, -25, -28, -29, -32}, {.bProtect = 1}},
 };
 
 constexpr int NEVER = -1;          ///< no exchange fails
 constexpr int MAX_EXCHANGES = 200; ///< then the card goes, and with it loops that rely on it
-constexpr std::uint8_t EXTERNAL_AUTHENTICATE = 0x82;
+constexpr std::uint8_t EXTERNAL_AUTHENTICATE = 0x82, GIVE_RANDOM = 0x86, PROTECTED = 0x0C;
+const Bytes KEY(std::begin(DEFAULT_DES3_KEY), std::end(DEFAULT_DES3_KEY));
 
 const SAnswer FAULTS[] = {SAnswer::Fail(SCARD_E_NOT_READY),
                           SAnswer::Fail(SCARD_F_COMM_ERROR),
@@ -71,6 +78,7 @@ struct SRun {
     int nAuthentications = 0;
     bool bFaultHitSecret = false;
     std::vector<Bytes> secrets; ///< commands that brought a PIN or PUK, in their order
+    SEnvelope envelope{KEY, KEY};
 
     SAnswer Exchange(const Bytes& command, const SAnswer* pFault)
     {
@@ -88,9 +96,14 @@ struct SRun {
             return ++nAuthentications > 1 ? 0x6983 : 0x9000;
         }
         const bool bData = command[1] == 0x84 || command[1] == 0xB0; // GET CHALLENGE, READ BINARY
-        Bytes answer(bData ? command[4] : 0u, 'A');
-        answer.insert(answer.end(), {0x90, 0x00});
-        return answer;
+        if (command[1] == GIVE_RANDOM) {
+            envelope.hostRandom.assign(command.begin() + 5, command.end());
+        }
+        if (command[0] == PROTECTED) {
+            envelope.header.assign(command.begin(), command.begin() + 4);
+            return envelope.ProtectAnswer(libcrypto::IsoPadded({'A'}));
+        }
+        return Bytes(bData ? command[4] : 0u, 'A') + Bytes{0x90, 0x00};
     }
 };
 
@@ -161,7 +174,7 @@ TEST_P(FaultSweep, NeverPresentsASecretTwiceUnderTheTryGuard)
             for (std::size_t iSecret = 0; iSecret < run.secrets.size(); ++iSecret) {
                 // plain commands are those of the good run, protected ones differ by their randoms
                 EXPECT_TRUE(run.secrets[iSecret] == good.secrets[iSecret] ||
-                            run.secrets[iSecret][0] == 0x0C);
+                            run.secrets[iSecret][0] == PROTECTED);
             }
             EXPECT_TRUE(!run.bFaultHitSecret || run.lResult != 0); // no fault passes for success
             EXPECT_TRUE(run.lResult != 0 || run.secrets.size() == good.secrets.size());
@@ -187,6 +200,67 @@ TEST_P(FaultSweep, LeavesNothingOpenWhenACallBesideTheExchangesFails)
                                    "SCardBeginTransaction", "SCardEndTransaction", "SCardStatus"}) {
         SCOPED_TRACE(szFunction);
         EXPECT_GE(0, Run(0x9000, NEVER, false, szFunction).lResult);
+    }
+}
+
+pindesk_bytes Value(const char* sz)
+{
+    return {reinterpret_cast<const unsigned char*>(sz), std::strlen(sz)};
+}
+
+/// An operation of the desk, and the command whose answer is lost.
+struct SDeskRow {
+    std::uint8_t bLost;
+    void (*run)(pindesk_desk* pDesk, pindesk_report* pReport);
+};
+constexpr SDeskRow DESK_ROWS[] = {
+    {0x00, // none
+     [](auto* pDesk, auto* pReport) {
+         pindesk_change(pDesk, PINDESK_DS_PIN, Value("13572468"), Value("97531864"), nullptr,
+                        pReport);
+     }},
+    {0x20,
+     [](auto* pDesk, auto* pReport) {
+         pindesk_verify(pDesk, PINDESK_DS_PIN, Value("13572468"), nullptr, pReport);
+     }},
+    {0x24,
+     [](auto* pDesk, auto* pReport) {
+         pindesk_change(pDesk, PINDESK_DS_PIN, Value("13572468"), Value("97531864"), nullptr,
+                        pReport);
+     }},
+    {0x2C,
+     [](auto* pDesk, auto* pReport) {
+         pindesk_unblock(pDesk, PINDESK_DS_PIN, Value("24681357"), Value("97531864"), nullptr,
+                         pReport);
+     }},
+};
+
+/// The desk asks the card again where an answer is lost, which takes memory.
+TEST(FaultSweepOfTheDesk, ShortMemoryIsAFailureToBeginOrNoneAtAll)
+{
+    for (const SDeskRow& row : DESK_ROWS) {
+        bool bFelt = true;
+        for (int cObjects = 0; bFelt; ++cObjects) {
+            CScriptedPcsc pcsc;
+            SRun run;
+            const SAnswer lost("");
+            pcsc.Otherwise([&](const Bytes& command) {
+                const bool bLost = command.size() > 5 && command[1] == row.bLost;
+                return run.Exchange(command, bLost ? &lost : nullptr);
+            });
+            pindesk_report report{};
+            report.size = sizeof report;
+            const std::unique_ptr<pindesk_desk, void (*)(pindesk_desk*)> desk(pindesk_open(),
+                                                                              pindesk_close);
+            {
+                const CNoMemory memory(cObjects);
+                row.run(desk.get(), &report);
+            }
+            bFelt = CNoMemory::WasFelt();
+            EXPECT_EQ(run.secrets.empty(), report.outcome == PINDESK_INTERNAL_ERROR)
+                << +row.bLost << ", " << cObjects << ": " << report.outcome << ", "
+                << report.detail;
+        }
     }
 }
 
