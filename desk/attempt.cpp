@@ -147,7 +147,14 @@ SResult CAttempt::Once(Steps steps)
     if (!m_call.Commit()) {
         return CANCELLED;
     }
-    return steps(*this);
+    try {
+        return steps(*this);
+    } catch (const std::bad_alloc&) {
+        if (!m_bActed) {
+            throw;
+        }
+        return Conclude({PINDESK_OUTCOME_UNKNOWN, PINDESK_DETAIL_NO_MEMORY});
+    }
 }
 
 bool CAttempt::MayStartAgain(SResult result)
@@ -201,10 +208,12 @@ void CAttempt::Protect()
     const SRequest& request = Request();
     const bool bProtect =
         IsSignature(request.eSecret) && !request.Wants(PINDESK_NO_SECURE_MESSAGING);
-    pindesk::SwitchSecureMessaging(
-        Card(), {request.smKey.data(), static_cast<BOOL>(bProtect ? 1 : 0)},
-        request.eOperation == PINDESK_OP_CHANGE ? ins::CHANGE_REFERENCE_DATA
-                                                : ins::RESET_RETRY_COUNTER);
+    const pindesk::SProtection protection{request.smKey.data(), static_cast<BOOL>(bProtect)};
+    pindesk::PrepareSecureMessaging(Card(), protection,
+                                    request.eOperation == PINDESK_OP_CHANGE
+                                        ? ins::CHANGE_REFERENCE_DATA
+                                        : ins::RESET_RETRY_COUNTER);
+    pindesk::SwitchSecureMessaging(Card(), protection);
 }
 
 void CAttempt::Unprotect()

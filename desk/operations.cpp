@@ -79,9 +79,16 @@ SResult Aim(pindesk_operation eOperation, pindesk_secret eSecret, SRequest& requ
     }
 }
 
-CCall::Work Running(CAttempt::Steps steps)
+/// Runs the steps of an operation. What is made to call them needs memory too.
+template <class TPrepare>
+pindesk_outcome Operate(pindesk_desk* pDesk, const pindesk_options* pOptions,
+                        pindesk_report* pReport, pindesk_operation eOperation,
+                        const TPrepare& prepare, CAttempt::Steps steps)
 {
-    return [steps](CCall& call) { CAttempt(call).Run(steps); };
+    return Guarded(pReport, [&] {
+        return Serve(pDesk, pOptions, pReport, eOperation, prepare,
+                     [steps](CCall& call) { CAttempt(call).Run(steps); });
+    });
 }
 
 } // namespace
@@ -93,7 +100,7 @@ pindesk_outcome pindesk_verify(pindesk_desk* desk, pindesk_secret secret, pindes
         Concern(request, secret, secret);
         return IsCnsSecret(secret) ? Take(secret, false, value, request) : BAD_ARGUMENT;
     };
-    return Serve(desk, options, report, PINDESK_OP_VERIFY, prepare, Running(VerifySteps));
+    return Operate(desk, options, report, PINDESK_OP_VERIFY, prepare, VerifySteps);
 }
 pindesk_outcome pindesk_change(pindesk_desk* desk, pindesk_secret secret, pindesk_bytes old_value,
                                pindesk_bytes new_value, const pindesk_options* options,
@@ -107,7 +114,7 @@ pindesk_outcome pindesk_change(pindesk_desk* desk, pindesk_secret secret, pindes
                                       request, early)
                             : taken;
     };
-    return Serve(desk, options, report, PINDESK_OP_CHANGE, prepare, Running(ChangeSteps));
+    return Operate(desk, options, report, PINDESK_OP_CHANGE, prepare, ChangeSteps);
 }
 
 pindesk_outcome pindesk_unblock(pindesk_desk* desk, pindesk_secret pin, pindesk_bytes puk,
@@ -120,7 +127,7 @@ pindesk_outcome pindesk_unblock(pindesk_desk* desk, pindesk_secret pin, pindesk_
         }
         return TakePukAndPin(pin, puk, new_pin, request, early);
     };
-    return Serve(desk, options, report, PINDESK_OP_UNBLOCK, prepare, Running(UnblockSteps));
+    return Operate(desk, options, report, PINDESK_OP_UNBLOCK, prepare, UnblockSteps);
 }
 
 pindesk_outcome pindesk_lock(pindesk_desk* desk, const pindesk_options* options,
@@ -130,7 +137,7 @@ pindesk_outcome pindesk_lock(pindesk_desk* desk, const pindesk_options* options,
         Concern(request, PINDESK_DS_PIN, PINDESK_DS_PIN);
         return DONE;
     };
-    return Serve(desk, options, report, PINDESK_OP_LOCK, prepare, Running(LockSteps));
+    return Operate(desk, options, report, PINDESK_OP_LOCK, prepare, LockSteps);
 }
 
 pindesk_outcome pindesk_reactivate(pindesk_desk* desk, pindesk_bytes puk, pindesk_bytes new_pin,
@@ -143,7 +150,7 @@ pindesk_outcome pindesk_reactivate(pindesk_desk* desk, pindesk_bytes puk, pindes
         Concern(request, PINDESK_DS_PUK, PINDESK_DS_PIN);
         return Take(PINDESK_DS_PUK, false, puk, request);
     };
-    return Serve(desk, options, report, PINDESK_OP_REACTIVATE, prepare, Running(ReactivateSteps));
+    return Operate(desk, options, report, PINDESK_OP_REACTIVATE, prepare, ReactivateSteps);
 }
 
 pindesk_outcome pindesk_unblock_family(pindesk_desk* desk, pindesk_operation family,
@@ -156,7 +163,7 @@ pindesk_outcome pindesk_unblock_family(pindesk_desk* desk, pindesk_operation fam
     const auto prepare = [&](SRequest& request, pindesk_report& early) {
         return TakePukAndPin(PINDESK_OTHER_PIN, puk, new_pin, request, early);
     };
-    return Serve(desk, options, report, family, prepare, Running(FamilySteps));
+    return Operate(desk, options, report, family, prepare, FamilySteps);
 }
 
 pindesk_outcome pindesk_check(pindesk_desk* desk, pindesk_operation operation,
@@ -166,7 +173,7 @@ pindesk_outcome pindesk_check(pindesk_desk* desk, pindesk_operation operation,
     const auto prepare = [&](SRequest& request, pindesk_report&) {
         return Aim(operation, secret, request);
     };
-    return Serve(desk, options, report, operation, prepare, Running(nullptr));
+    return Operate(desk, options, report, operation, prepare, nullptr);
 }
 
 pindesk_outcome pindesk_check_value(pindesk_secret secret, int is_new, pindesk_bytes value,
