@@ -55,6 +55,12 @@ if(PINDESK_JAVA)
         RENAME pindesk-${PROJECT_VERSION}.pom)
     file(CREATE_LINK ../../../../../java/${JAR} ${PROJECT_BINARY_DIR}/maven.jar SYMBOLIC)
     install(FILES ${PROJECT_BINARY_DIR}/maven.jar DESTINATION ${MAVEN} RENAME ${JAR})
+    install(FILES ${PROJECT_BINARY_DIR}/pindesk-sources.jar DESTINATION ${MAVEN}
+        RENAME pindesk-${PROJECT_VERSION}-sources.jar)
+    if(PINDESK_REFERENCES)
+        install(FILES ${PROJECT_BINARY_DIR}/pindesk-javadoc.jar DESTINATION ${MAVEN}
+            RENAME pindesk-${PROJECT_VERSION}-javadoc.jar)
+    endif()
     file(CREATE_LINK ../libpindesk.so.${PROJECT_VERSION_MAJOR} ${PROJECT_BINARY_DIR}/jni.so SYMBOLIC)
     install(FILES ${PROJECT_BINARY_DIR}/jni.so DESTINATION ${CMAKE_INSTALL_LIBDIR}/jni
         RENAME libpindesk.so)

@@ -5,7 +5,7 @@ find_program(DOXYGEN doxygen REQUIRED)
 file(STRINGS pindesk/public-headers.txt PUBLIC_HEADERS)
 list(TRANSFORM PUBLIC_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/)
 set(HEADERS ${PUBLIC_HEADERS})
-list(JOIN PUBLIC_HEADERS " " PUBLIC_HEADERS)
+list(JOIN PUBLIC_HEADERS "\" \"" PUBLIC_HEADERS)
 configure_file(docs/Doxyfile.in Doxyfile @ONLY)
 set(REFERENCE ${PROJECT_BINARY_DIR}/reference)
 add_custom_command(OUTPUT ${REFERENCE}/cpp/index.html DEPENDS ${HEADERS} docs/Doxyfile.in VERBATIM
