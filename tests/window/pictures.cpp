@@ -79,7 +79,7 @@ int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
     const QStringList given = QApplication::arguments();
-    window::SetLanguage(given.value(2));
+    window::SetLanguage(given.value(2).toStdString());
     CAlbum album(given.value(1), given.value(2));
     try {
         Run(album);

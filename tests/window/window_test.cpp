@@ -21,7 +21,7 @@ class CWindowTest : public QObject {
 private:
     std::unique_ptr<CPerson> m_person;
 
-private slots:
+private Q_SLOTS:
     void init() // NOLINT(readability-identifier-naming): QTest calls it so
     {
         window::SetLanguage("en");

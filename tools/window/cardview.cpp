@@ -27,15 +27,15 @@ QLabel* Plain(const QString& strText, double dSize = 1)
 
 QString Heading(const SCard& card)
 {
-    QString strKind = KindOf(card.card.reader.kind);
+    QString strKind = NameOf(card.card.reader.kind);
     return strKind.replace(0, 1, strKind.left(1).toUpper());
 }
 
 QString Serial(const SCard& card)
 {
-    return card.card.serial[0] == '\0'
+    return card.card.serial().empty()
                ? Phrase("This card has no serial number.")
-               : Phrase("Serial number: {serial}", {{"serial", card.card.serial}});
+               : Phrase("Serial number: {serial}", {{"serial", std::string(card.card.serial())}});
 }
 
 } // namespace
@@ -48,35 +48,35 @@ CCardView::CCardView(const SCard& card)
     pSerial->setObjectName("serial");
     pGrid->addWidget(pSerial, 1, 0, 1, -1);
     pGrid->addWidget(Plain(Phrase("On it: {applications}",
-                                  {{"applications", LayoutOf(card.card.layout).toStdString()}})),
+                                  {{"applications", LayoutOf(card.card).toStdString()}})),
                      2, 0, 1, -1);
     pGrid->setRowMinimumHeight(3, 2 * fontMetrics().height());
-    for (const pindesk_secret_status& status : card.secrets) {
+    for (const pindesk::secret_status& status : card.secrets) {
         AddSecret(*pGrid, card, status.secret);
     }
     pGrid->setColumnStretch(2, 1);
     pGrid->setRowStretch(pGrid->rowCount(), 1);
 }
 
-void CCardView::AddSecret(QGridLayout& grid, const SCard& card, pindesk_secret eSecret)
+void CCardView::AddSecret(QGridLayout& grid, const SCard& card, pindesk::secret eSecret)
 {
-    const pindesk_secret_status& status = card.secrets.at(eSecret);
+    const pindesk::secret_status& status = card.StatusOf(eSecret);
     const int iRow = grid.rowCount();
-    auto* const pTitle = Plain(TitleOf(eSecret), 1.1);
+    auto* const pTitle = Plain(NameOf(eSecret), 1.1);
     pTitle->setWordWrap(false);
     grid.addWidget(pTitle, iRow, 0);
-    grid.addWidget(new CTriesDots(status, StateOf(status)), iRow, 1);
-    auto* const pState = Plain(StateOf(status));
-    pState->setObjectName(QString("state ") + pindesk_secret_name(eSecret));
-    pState->setAccessibleName(TitleOf(eSecret) + ": " + StateOf(status));
+    grid.addWidget(new CTriesDots(status, NameOf(status)), iRow, 1);
+    auto* const pState = Plain(NameOf(status));
+    pState->setObjectName("state " + QString::fromUtf8(pindesk::name(eSecret)));
+    pState->setAccessibleName(NameOf(eSecret) + ": " + NameOf(status));
     grid.addWidget(pState, iRow, 2);
     int iColumn = 3;
     for (const STask& task : TasksFor(card, eSecret)) {
         auto* const pButton = new QPushButton(task.Verb());
-        pButton->setObjectName(QString::number(task.eOperation) + " " +
-                               pindesk_secret_name(eSecret));
+        pButton->setObjectName(QString::number(static_cast<int>(task.eOperation)) + " " +
+                               QString::fromUtf8(pindesk::name(eSecret)));
         pButton->setAccessibleName(task.Title());
-        connect(pButton, &QPushButton::clicked, this, [this, task] { emit Asked(task); });
+        connect(pButton, &QPushButton::clicked, this, [this, task] { Q_EMIT Asked(task); });
         grid.addWidget(pButton, iRow, iColumn++);
     }
 }

@@ -19,11 +19,11 @@ class CCardView : public QWidget {
 public:
     explicit CCardView(const SCard& card);
 
-signals:
+Q_SIGNALS:
     void Asked(const window::STask& task);
 
 private:
-    void AddSecret(QGridLayout& grid, const SCard& card, pindesk_secret eSecret);
+    void AddSecret(QGridLayout& grid, const SCard& card, pindesk::secret eSecret);
 };
 
 } // namespace window

@@ -8,26 +8,30 @@
 #include "tools/window/watch.h"
 
 #include <array>
-#include <functional>
 
 namespace window {
 
 constexpr std::size_t SECRETS = 4;
 
 struct SCard {
-    unsigned uInsertion = 0; ///< that was looked at
-    pindesk_card card{};
-    std::array<pindesk_secret_status, SECRETS> secrets{}; ///< in the order of pindesk_secret
-    pindesk_report report{};                              ///< PINDESK_DONE, or why nothing is known
+    unsigned uInsertion; ///< that was looked at
+    pindesk::card card;  ///< its report: done, or why nothing is known
+    std::array<pindesk::secret_status, SECRETS> secrets{}; ///< in the order of pindesk::secret
+
+    pindesk::secret_status& StatusOf(pindesk::secret eSecret)
+    {
+        return secrets.at(static_cast<std::size_t>(eSecret));
+    }
+    const pindesk::secret_status& StatusOf(pindesk::secret eSecret) const
+    {
+        return secrets.at(static_cast<std::size_t>(eSecret));
+    }
 };
 
-using Waiting = std::function<void(const pindesk_report& soFar)>;
-
-/// Options that call a function while they wait; it must outlive the call.
-pindesk_options OptionsFor(const pindesk_reader& reader, const Waiting& waiting);
+using Waiting = std::function<void(const pindesk::report& soFar)>;
 
 /// Looks at the card of one insertion, however long another program keeps it.
-SCard LookAt(pindesk_desk* pDesk, const SSeen& seen, const Waiting& waiting);
+SCard LookAt(pindesk::desk& desk, const SSeen& seen, const Waiting& waiting);
 
 } // namespace window
 

@@ -14,14 +14,14 @@ int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
     QApplication::setApplicationName("pindesk-window");
-    QApplication::setApplicationVersion(pindesk_version());
+    QApplication::setApplicationVersion(QString::fromUtf8(pindesk::version()));
     QGuiApplication::setDesktopFileName("it.velmar.pindesk.window");
     QCommandLineParser parser;
     parser.addHelpOption();
     parser.addVersionOption();
     parser.process(application);
 
-    window::SetLanguage(QLocale::system().uiLanguages().value(0));
+    window::SetLanguage(QLocale::system().uiLanguages().value(0).toStdString());
     QApplication::setWindowIcon(QIcon::fromTheme("it.velmar.pindesk.window"));
     window::CSecretField::MakeAccessible();
     window::CMainWindow main;

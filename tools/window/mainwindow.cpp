@@ -48,7 +48,7 @@ CMainWindow::CMainWindow() : m_pList(new QListWidget), m_pArea(new QScrollArea)
     connect(this, &CMainWindow::Waits, this, &CMainWindow::TakeWait);
     connect(this, &CMainWindow::Looked, this, &CMainWindow::TakeLook);
     connect(&m_watch, &CWatch::Changed, this, &CMainWindow::Follow);
-    connect(&m_watch, &CWatch::Lost, this, [this](const pindesk_report& why) {
+    connect(&m_watch, &CWatch::Lost, this, [this](const pindesk::report& why) {
         Follow({});
         m_lost = why;
         ShowChosen();
@@ -59,7 +59,7 @@ CMainWindow::CMainWindow() : m_pList(new QListWidget), m_pArea(new QScrollArea)
 CMainWindow::~CMainWindow()
 {
     do { // until each is inside a call that hears it
-        pindesk_cancel(m_desk);
+        m_desk.cancel();
     } while (!m_looks.waitForDone(50));
 }
 
@@ -69,9 +69,9 @@ void CMainWindow::MakeMenu()
     auto* const pCard = menuBar()->addMenu(Phrase("&Card"));
     pCard->addAction(Phrase("&Look again"), QKeySequence::Refresh, this, &CMainWindow::LookAgain);
     auto* const pAdvanced = pCard->addMenu(Phrase("&Advanced"));
-    m_pLock =
-        pAdvanced->addAction(STask{PINDESK_OP_LOCK, PINDESK_DS_PIN}.Title() + "…", this, [this] {
-            Ask({PINDESK_OP_LOCK, PINDESK_DS_PIN});
+    m_pLock = pAdvanced->addAction(
+        STask{pindesk::operation::lock, pindesk::secret::ds_pin}.Title() + "…", this, [this] {
+            Ask({pindesk::operation::lock, pindesk::secret::ds_pin});
         });
     m_pLock->setObjectName("lock");
     pCard->addAction(Phrase("&Quit"), QKeySequence::Quit, this, &QWidget::close);
@@ -84,12 +84,12 @@ void CMainWindow::MakeMenu()
             [this, &language] { ChangeLanguage(language.szTag); }, Qt::QueuedConnection);
         pAction->setObjectName(language.szTag);
         pAction->setCheckable(true);
-        pAction->setChecked(Language().startsWith(language.szTag));
+        pAction->setChecked(Language().starts_with(language.szTag));
         pGroup->addAction(pAction);
     }
 }
 
-void CMainWindow::ChangeLanguage(const QString& strTag)
+void CMainWindow::ChangeLanguage(const std::string& strTag)
 {
     SetLanguage(strTag);
     m_pList->setAccessibleName(Phrase("Card readers"));
@@ -111,8 +111,9 @@ void CMainWindow::Follow(const Seen& readers)
     for (const SSeen& seen : readers) {
         if (seen.uInsertion != 0 && !m_cards.contains(seen.uInsertion) &&
             !m_waiting.contains(seen.uInsertion)) {
-            m_chosen =
-                Chosen() == nullptr || Chosen()->uInsertion == 0 ? seen.reader.name : m_chosen;
+            if (Chosen() == nullptr || Chosen()->uInsertion == 0) {
+                m_strChosen = seen.reader.name();
+            }
             Look(seen);
         }
     }
@@ -127,12 +128,12 @@ void CMainWindow::ShowReaders()
     const QSignalBlocker quiet(m_pList);
     m_pList->clear();
     if (Chosen() == nullptr && !m_readers.isEmpty()) {
-        m_chosen = m_readers.front().reader.name;
+        m_strChosen = m_readers.front().reader.name();
     }
     for (const SSeen& seen : m_readers) {
         m_pList->addItem(NameOf(seen.reader) + "\n" +
-                         (seen.uInsertion == 0 ? Phrase("no card") : KindOf(seen.reader.kind)));
-        if (m_chosen == seen.reader.name) {
+                         (seen.uInsertion == 0 ? Phrase("no card") : NameOf(seen.reader.kind)));
+        if (m_strChosen == seen.reader.name()) {
             m_pList->setCurrentRow(m_pList->count() - 1);
         }
     }
@@ -142,7 +143,7 @@ void CMainWindow::ShowReaders()
 void CMainWindow::Choose()
 {
     if (const int iRow = m_pList->currentRow(); iRow >= 0 && iRow < m_readers.size()) {
-        m_chosen = m_readers[iRow].reader.name;
+        m_strChosen = m_readers[iRow].reader.name();
         ShowChosen();
     }
 }
@@ -150,7 +151,7 @@ void CMainWindow::Choose()
 const SSeen* CMainWindow::Chosen() const
 {
     const auto found = std::find_if(m_readers.begin(), m_readers.end(), [this](const SSeen& seen) {
-        return m_chosen == seen.reader.name;
+        return m_strChosen == seen.reader.name();
     });
     return found == m_readers.end() ? nullptr : &*found;
 }
@@ -174,8 +175,8 @@ QWidget* CMainWindow::Message(const QString& strText)
 
 QWidget* CMainWindow::ViewOf(const SCard& card)
 {
-    if (card.report.outcome != PINDESK_DONE) {
-        return Message(TextOf(card.report) + "\n\n" + AdviceOf(card.report));
+    if (!card.card) {
+        return Message(TextOf(card.card.report) + "\n\n" + AdviceOf(card.card.report));
     }
     auto* const pView = new CCardView(card);
     connect(pView, &CCardView::Asked, this, &CMainWindow::Ask);
@@ -191,7 +192,8 @@ QWidget* CMainWindow::ViewOf(const SSeen* pSeen)
         return Message(Phrase("Connect a card reader."));
     }
     if (pSeen->uInsertion == 0) {
-        return Message(Phrase("Insert a card into {reader}.", {{"reader", pSeen->reader.name}}));
+        return Message(Phrase("Insert a card into {reader}.",
+                              {{"reader", std::string(pSeen->reader.name())}}));
     }
     if (const SCard* const pCard = ChosenCard(); pCard != nullptr) {
         return ViewOf(*pCard);
@@ -221,14 +223,14 @@ void CMainWindow::Look(const SSeen& seen)
 {
     m_waiting.insert(seen.uInsertion, {});
     m_looks.start([this, seen] {
-        const Waiting waiting = [this, seen](const pindesk_report& soFar) {
-            emit Waits(seen.uInsertion, soFar);
+        const Waiting waiting = [this, seen](const pindesk::report& soFar) {
+            Q_EMIT Waits(seen.uInsertion, soFar);
         };
-        emit Looked(LookAt(m_desk, seen, waiting));
+        Q_EMIT Looked(LookAt(m_desk, seen, waiting));
     });
 }
 
-void CMainWindow::TakeWait(unsigned uInsertion, const pindesk_report& soFar)
+void CMainWindow::TakeWait(unsigned uInsertion, const pindesk::report& soFar)
 {
     if (m_waiting.contains(uInsertion)) {
         m_waiting[uInsertion] = TextOf(soFar);

@@ -24,10 +24,10 @@ public:
     CMainWindow();
     ~CMainWindow() override;
 
-    void ChangeLanguage(const QString& strTag);
+    void ChangeLanguage(const std::string& strTag);
 
-signals: // of the threads that look
-    void Waits(unsigned uInsertion, const pindesk_report& soFar);
+Q_SIGNALS: // of the threads that look
+    void Waits(unsigned uInsertion, const pindesk::report& soFar);
     void Looked(const window::SCard& card);
 
 private:
@@ -40,7 +40,7 @@ private:
     QWidget* ViewOf(const SCard& card);
     QWidget* Message(const QString& strText);
     void Look(const SSeen& seen);
-    void TakeWait(unsigned uInsertion, const pindesk_report& soFar);
+    void TakeWait(unsigned uInsertion, const pindesk::report& soFar);
     void TakeLook(const SCard& card);
     void LookAgain();
     void Ask(const STask& task);
@@ -48,17 +48,17 @@ private:
     const SCard* ChosenCard() const;
 
     Seen m_readers;
-    std::optional<pindesk_report> m_lost; ///< why there is no service
-    QByteArray m_chosen;                  ///< name of a reader
-    QHash<unsigned, SCard> m_cards;       ///< by insertion
-    QHash<unsigned, QString> m_waiting;   ///< what the looks that are under way wait for
+    std::optional<pindesk::report> m_lost; ///< why there is no service
+    std::string m_strChosen;               ///< name of a reader
+    QHash<unsigned, SCard> m_cards;        ///< by insertion
+    QHash<unsigned, QString> m_waiting;    ///< what the looks that are under way wait for
     QPointer<CTaskDialog> m_pDialog;
     QListWidget* m_pList;
     QScrollArea* m_pArea;
     QAction* m_pLock = nullptr;
     QString m_strFocus; ///< where the keyboard was before a task
 
-    COwnDesk m_desk;
+    pindesk::desk m_desk;
     QThreadPool m_looks;
     CWatch m_watch; // ends first
 };

@@ -73,7 +73,7 @@ void CSecretField::Changed()
     update();
     QAccessibleValueChangeEvent changed(this, static_cast<int>(m_value.size()));
     QAccessible::updateAccessibility(&changed);
-    emit Typed();
+    Q_EMIT Typed();
 }
 
 QSize CSecretField::sizeHint() const

@@ -12,63 +12,59 @@ namespace {
 
 using desk::Msg;
 
-bool IsPin(pindesk_secret eSecret)
+bool IsPin(pindesk::secret eSecret)
 {
-    return eSecret == PINDESK_CNS_PIN || eSecret == PINDESK_DS_PIN;
+    return eSecret == pindesk::secret::cns_pin || eSecret == pindesk::secret::ds_pin;
 }
 
-pindesk_secret PukOf(pindesk_secret ePin)
+pindesk::secret PukOf(pindesk::secret ePin)
 {
-    return ePin == PINDESK_CNS_PIN ? PINDESK_CNS_PUK : PINDESK_DS_PUK;
+    return ePin == pindesk::secret::cns_pin ? pindesk::secret::cns_puk : pindesk::secret::ds_puk;
 }
 
-pindesk_state StateIn(const SCard& card, pindesk_secret eSecret)
+bool IsUsable(pindesk::state eState)
 {
-    return card.secrets.at(eSecret).state;
-}
-
-bool IsUsable(pindesk_state eState)
-{
-    return eState != PINDESK_STATE_BLOCKED && eState != PINDESK_STATE_DEACTIVATED &&
-           eState != PINDESK_STATE_ABSENT;
+    return eState != pindesk::state::blocked && eState != pindesk::state::deactivated &&
+           eState != pindesk::state::absent;
 }
 
 bool MakesSense(const SCard& card, const STask& task)
 {
-    const pindesk_state eState = StateIn(card, task.eTarget);
-    const bool bPuk = IsPin(task.eTarget) && IsUsable(StateIn(card, PukOf(task.eTarget)));
+    const pindesk::state eState = card.StatusOf(task.eTarget).state;
+    const bool bPuk = IsPin(task.eTarget) && IsUsable(card.StatusOf(PukOf(task.eTarget)).state);
     switch (task.eOperation) {
-    case PINDESK_OP_VERIFY:
-    case PINDESK_OP_CHANGE:
+    case pindesk::operation::verify:
+    case pindesk::operation::change:
         return IsUsable(eState);
-    case PINDESK_OP_UNBLOCK: // a forgotten PIN need not be blocked first
-        return bPuk && (eState == PINDESK_STATE_BLOCKED || eState == PINDESK_STATE_LAST_TRY);
-    case PINDESK_OP_REACTIVATE:
-        return bPuk && task.eTarget == PINDESK_DS_PIN && eState == PINDESK_STATE_DEACTIVATED;
+    case pindesk::operation::unblock: // a forgotten PIN need not be blocked first
+        return bPuk && (eState == pindesk::state::blocked || eState == pindesk::state::last_try);
+    case pindesk::operation::reactivate:
+        return bPuk && task.eTarget == pindesk::secret::ds_pin &&
+               eState == pindesk::state::deactivated;
     default:
-        return task.eTarget == PINDESK_DS_PIN && IsUsable(eState);
+        return task.eTarget == pindesk::secret::ds_pin && IsUsable(eState);
     }
 }
 
 bool IsPossible(const SCard& card, const STask& task)
 {
-    return (card.card.operations >> task.eOperation & 1U) != 0 && MakesSense(card, task);
+    return card.card.can(task.eOperation) && MakesSense(card, task);
 }
 
 struct SNames {
-    pindesk_operation eOperation;
+    pindesk::operation eOperation;
     const char *szVerb, *szTitle;
 };
 
 constexpr SNames NAMES[] = {
-    {PINDESK_OP_CHANGE, Msg("Change…"), Msg("Change the {secret}")},
-    {PINDESK_OP_VERIFY, Msg("Check…"), Msg("Check the {secret}")},
-    {PINDESK_OP_UNBLOCK, Msg("Unblock…"), Msg("Unblock the {secret}")},
-    {PINDESK_OP_REACTIVATE, Msg("Reactivate…"), Msg("Reactivate the {secret}")},
-    {PINDESK_OP_LOCK, Msg("Lock…"), Msg("Lock the {secret}")},
+    {pindesk::operation::change, Msg("Change…"), Msg("Change the {secret}")},
+    {pindesk::operation::verify, Msg("Check…"), Msg("Check the {secret}")},
+    {pindesk::operation::unblock, Msg("Unblock…"), Msg("Unblock the {secret}")},
+    {pindesk::operation::reactivate, Msg("Reactivate…"), Msg("Reactivate the {secret}")},
+    {pindesk::operation::lock, Msg("Lock…"), Msg("Lock the {secret}")},
 };
 
-const SNames& NamesOf(pindesk_operation eOperation)
+const SNames& NamesOf(pindesk::operation eOperation)
 {
     return *std::find_if(std::begin(NAMES), std::end(NAMES) - 1,
                          [=](const SNames& names) { return names.eOperation == eOperation; });
@@ -76,18 +72,19 @@ const SNames& NamesOf(pindesk_operation eOperation)
 
 } // namespace
 
-std::optional<pindesk_secret> STask::Presented() const
+std::optional<pindesk::secret> STask::Presented() const
 {
-    if (eOperation == PINDESK_OP_LOCK) {
+    if (eOperation == pindesk::operation::lock) {
         return std::nullopt;
     }
-    const bool bByPuk = eOperation == PINDESK_OP_UNBLOCK || eOperation == PINDESK_OP_REACTIVATE;
+    const bool bByPuk =
+        eOperation == pindesk::operation::unblock || eOperation == pindesk::operation::reactivate;
     return bByPuk ? PukOf(eTarget) : eTarget;
 }
 
 bool STask::SetsValue() const
 {
-    return eOperation != PINDESK_OP_VERIFY && eOperation != PINDESK_OP_LOCK;
+    return eOperation != pindesk::operation::verify && eOperation != pindesk::operation::lock;
 }
 
 QString STask::Verb() const
@@ -97,14 +94,15 @@ QString STask::Verb() const
 
 QString STask::Title() const
 {
-    return Phrase(NamesOf(eOperation).szTitle, {{"secret", TitleOf(eTarget).toStdString()}});
+    return Phrase(NamesOf(eOperation).szTitle, {{"secret", pindesk::text(eTarget, Language())}});
 }
 
-std::vector<STask> TasksFor(const SCard& card, pindesk_secret eSecret)
+std::vector<STask> TasksFor(const SCard& card, pindesk::secret eSecret)
 {
     std::vector<STask> tasks;
-    for (const pindesk_operation eOperation :
-         {PINDESK_OP_REACTIVATE, PINDESK_OP_CHANGE, PINDESK_OP_VERIFY, PINDESK_OP_UNBLOCK}) {
+    for (const pindesk::operation eOperation :
+         {pindesk::operation::reactivate, pindesk::operation::change, pindesk::operation::verify,
+          pindesk::operation::unblock}) {
         if (IsPossible(card, {eOperation, eSecret})) {
             tasks.push_back({eOperation, eSecret});
         }
@@ -114,36 +112,24 @@ std::vector<STask> TasksFor(const SCard& card, pindesk_secret eSecret)
 
 bool CanLock(const SCard& card)
 {
-    return card.report.outcome == PINDESK_DONE &&
-           IsPossible(card, {PINDESK_OP_LOCK, PINDESK_DS_PIN});
+    return card.card && IsPossible(card, {pindesk::operation::lock, pindesk::secret::ds_pin});
 }
 
-pindesk_report Carry(pindesk_desk* pDesk, const STask& task, const SCard& card,
-                     const SValues& values, std::uint32_t uFlags, const Waiting& waiting)
+pindesk::report Carry(pindesk::desk& desk, const STask& task, const SCard& card,
+                      const SValues& values, const pindesk::options& how)
 {
-    auto report = Empty<pindesk_report>();
-    pindesk_options options = OptionsFor(card.card.reader, waiting);
-    options.serial = card.card.serial[0] == '\0' ? nullptr : card.card.serial;
-    options.flags = uFlags;
-    const pindesk_bytes presented = values.presented.Bytes();
-    const pindesk_bytes fresh = values.fresh.Bytes();
     switch (task.eOperation) {
-    case PINDESK_OP_VERIFY:
-        pindesk_verify(pDesk, task.eTarget, presented, &options, &report);
-        break;
-    case PINDESK_OP_CHANGE:
-        pindesk_change(pDesk, task.eTarget, presented, fresh, &options, &report);
-        break;
-    case PINDESK_OP_UNBLOCK:
-        pindesk_unblock(pDesk, task.eTarget, presented, fresh, &options, &report);
-        break;
-    case PINDESK_OP_REACTIVATE:
-        pindesk_reactivate(pDesk, presented, fresh, &options, &report);
-        break;
+    case pindesk::operation::verify:
+        return desk.verify(card.card, task.eTarget, values.presented, how);
+    case pindesk::operation::change:
+        return desk.change(card.card, task.eTarget, values.presented, values.fresh, how);
+    case pindesk::operation::unblock:
+        return desk.unblock(card.card, task.eTarget, values.presented, values.fresh, how);
+    case pindesk::operation::reactivate:
+        return desk.reactivate(card.card, values.presented, values.fresh, how);
     default:
-        pindesk_lock(pDesk, &options, &report);
+        return desk.lock(card.card, how);
     }
-    return report;
 }
 
 } // namespace window

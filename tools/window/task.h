@@ -15,18 +15,18 @@
 namespace window {
 
 struct STask {
-    pindesk_operation eOperation;
-    pindesk_secret eTarget; ///< whose value or state it is about
+    pindesk::operation eOperation;
+    pindesk::secret eTarget; ///< whose value or state it is about
 
     /// Which secret is presented; none for lock.
-    std::optional<pindesk_secret> Presented() const;
+    std::optional<pindesk::secret> Presented() const;
     bool SetsValue() const;
     QString Verb() const;  ///< "Change", for a button
     QString Title() const; ///< "Change the CNS PIN"
 };
 
 /// What makes sense for a secret of this card as it stands, most likely first.
-std::vector<STask> TasksFor(const SCard& card, pindesk_secret eSecret);
+std::vector<STask> TasksFor(const SCard& card, pindesk::secret eSecret);
 /// Whether the signature PIN can be locked.
 bool CanLock(const SCard& card);
 
@@ -35,9 +35,8 @@ struct SValues {
 };
 
 /// Carries a task out on the card that was looked at, and on no other.
-/// \param uFlags  PINDESK_USE_LAST_TRY, or 0
-pindesk_report Carry(pindesk_desk* pDesk, const STask& task, const SCard& card,
-                     const SValues& values, std::uint32_t uFlags, const Waiting& waiting);
+pindesk::report Carry(pindesk::desk& desk, const STask& task, const SCard& card,
+                      const SValues& values, const pindesk::options& how);
 
 } // namespace window
 

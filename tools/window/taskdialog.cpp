@@ -17,20 +17,20 @@ namespace {
 
 constexpr int WIDTH = 28; // of a dialog, in heights of its letters
 
-QString HeadingOf(pindesk_outcome eOutcome)
+QString HeadingOf(pindesk::outcome eOutcome)
 {
-    if (eOutcome == PINDESK_DONE) {
+    if (eOutcome == pindesk::outcome::done) {
         return "✓ " + Phrase("Done");
     }
-    return eOutcome == PINDESK_OUTCOME_UNKNOWN ? "? " + Phrase("Not known")
-                                               : "✗ " + Phrase("Not done");
+    return eOutcome == pindesk::outcome::unknown ? "? " + Phrase("Not known")
+                                                 : "✗ " + Phrase("Not done");
 }
 
-bool InvitesAnother(const pindesk_report& report)
+bool InvitesAnother(const pindesk::report& report)
 {
-    constexpr pindesk_next AGAIN[] = {PINDESK_NEXT_CHECK_VALUE, PINDESK_NEXT_CHOOSE_VALUE,
-                                      PINDESK_NEXT_TRY_AGAIN, PINDESK_NEXT_ALLOW_LAST_TRY};
-    return report.outcome != PINDESK_DONE &&
+    constexpr pindesk::next AGAIN[] = {pindesk::next::check_value, pindesk::next::choose_value,
+                                       pindesk::next::try_again, pindesk::next::allow_last_try};
+    return report.outcome != pindesk::outcome::done &&
            std::find(std::begin(AGAIN), std::end(AGAIN), report.next) != std::end(AGAIN);
 }
 
@@ -57,7 +57,7 @@ CTaskDialog::CTaskDialog(const STask& task, const SCard& card, QWidget* pParent)
     connect(m_pClose, &QPushButton::clicked, this, &CTaskDialog::reject);
     m_pLayout->addLayout(pButtons);
     connect(this, &CTaskDialog::Ended, this, &CTaskDialog::ShowVerdict);
-    connect(this, &CTaskDialog::Waits, this, [this](const pindesk_report& soFar) {
+    connect(this, &CTaskDialog::Waits, this, [this](const pindesk::report& soFar) {
         if (m_pWaiting != nullptr) {
             m_pWaiting->setText(TextOf(soFar));
         }
@@ -67,7 +67,7 @@ CTaskDialog::CTaskDialog(const STask& task, const SCard& card, QWidget* pParent)
 
 CTaskDialog::~CTaskDialog()
 {
-    pindesk_cancel(m_desk); // the worker is joined after it
+    m_desk.cancel(); // the worker is joined after it
 }
 
 void CTaskDialog::ShowPage(QWidget* pPage)
@@ -139,7 +139,7 @@ void CTaskDialog::ShowWords(const QString& strHeading, const QString& strText)
     m_pClose->setDefault(true);
 }
 
-void CTaskDialog::ShowVerdict(const pindesk_report& report)
+void CTaskDialog::ShowVerdict(const pindesk::report& report)
 {
     const QString strAdvice = AdviceOf(report);
     ShowWords(HeadingOf(report.outcome),
@@ -149,25 +149,25 @@ void CTaskDialog::ShowVerdict(const pindesk_report& report)
 }
 
 /// What the report tells about the tries holds for the next form.
-void CTaskDialog::Learn(const pindesk_report& report)
+void CTaskDialog::Learn(const pindesk::report& report)
 {
-    if (report.tries_left >= 0 && report.secret < static_cast<int>(m_card.secrets.size())) {
-        pindesk_secret_status& status = m_card.secrets.at(report.secret);
+    if (report.tries_left) {
+        pindesk::secret_status& status = m_card.StatusOf(report.secret);
         status.tries_left = report.tries_left;
-        status.state = report.tries_left == 1 ? PINDESK_STATE_LAST_TRY : PINDESK_STATE_READY;
+        status.state = report.tries_left == 1 ? pindesk::state::last_try : pindesk::state::ready;
     }
 }
 
 void CTaskDialog::Send()
 {
     const auto values = std::make_shared<SValues>();
-    const std::uint32_t uFlags = m_pForm->Flags();
+    pindesk::options how;
+    how.use_last_try = m_pForm->UsesLastTry();
+    how.waiting = [this](const pindesk::report& soFar) { Q_EMIT Waits(soFar); };
     m_pForm->Take(*values);
     ShowWait();
-    m_worker = std::jthread([this, values, uFlags] {
-        const Waiting waiting = [this](const pindesk_report& soFar) { emit Waits(soFar); };
-        emit Ended(Carry(m_desk, m_task, m_card, *values, uFlags, waiting));
-    });
+    m_worker = std::jthread(
+        [this, values, how] { Q_EMIT Ended(Carry(m_desk, m_task, m_card, *values, how)); });
 }
 
 void CTaskDialog::Follow(const Seen& readers)
@@ -186,7 +186,7 @@ void CTaskDialog::Follow(const Seen& readers)
 void CTaskDialog::reject()
 {
     if (m_pWaiting != nullptr) {
-        pindesk_cancel(m_desk); // and wait for its verdict
+        m_desk.cancel(); // and wait for its verdict
         return;
     }
     QDialog::reject();

@@ -29,22 +29,22 @@ public:
 
     void reject() override;
 
-signals: // of the thread that works
-    void Waits(const pindesk_report& soFar);
-    void Ended(const pindesk_report& report);
+Q_SIGNALS: // of the thread that works
+    void Waits(const pindesk::report& soFar);
+    void Ended(const pindesk::report& report);
 
 private:
     void ShowForm();
     void ShowWait();
-    void ShowVerdict(const pindesk_report& report);
+    void ShowVerdict(const pindesk::report& report);
     void ShowWords(const QString& strHeading, const QString& strText);
     void Send();
-    void Learn(const pindesk_report& report);
+    void Learn(const pindesk::report& report);
     void ShowPage(QWidget* pPage);
 
     const STask m_task;
     SCard m_card;
-    COwnDesk m_desk;
+    pindesk::desk m_desk;
     std::jthread m_worker;
     CTaskForm* m_pForm = nullptr; ///< while it is shown
     QLabel* m_pWaiting = nullptr; ///< likewise

@@ -21,14 +21,14 @@ QLabel* Paragraph(const QString& strText)
     return pLabel;
 }
 
-QString Cost(const pindesk_secret_status& status)
+QString Cost(const pindesk::secret_status& status)
 {
-    const std::string strSecret = TitleOf(status.secret).toStdString();
+    const std::string strSecret = pindesk::text(status.secret, Language());
     switch (status.state) {
-    case PINDESK_STATE_READY:
+    case pindesk::state::ready:
         return Phrase("{secret}: {tries}. A wrong value costs one.",
-                      {{"secret", strSecret}, {"tries", StateOf(status).toStdString()}});
-    case PINDESK_STATE_LAST_TRY:
+                      {{"secret", strSecret}, {"tries", pindesk::text(status, Language())}});
+    case pindesk::state::last_try:
         return Phrase("{secret}: this is the last try. A wrong value blocks it.",
                       {{"secret", strSecret}});
     default:
@@ -39,11 +39,9 @@ QString Cost(const pindesk_secret_status& status)
     }
 }
 
-pindesk_report Judge(pindesk_secret eSecret, bool bNew, const CValue& value)
+pindesk::report Judge(pindesk::secret eSecret, bool bNew, const CValue& value)
 {
-    auto report = Empty<pindesk_report>();
-    pindesk_check_value(eSecret, bNew ? 1 : 0, value.Bytes(), 0, &report);
-    return report;
+    return pindesk::check_value(eSecret, bNew, value);
 }
 
 } // namespace
@@ -53,7 +51,7 @@ CTaskForm::CTaskForm(const STask& task, const SCard& card) : m_task(task)
     auto* const pForm = new QFormLayout(this);
     pForm->setRowWrapPolicy(QFormLayout::WrapLongRows);
     if (const auto ePresented = task.Presented()) {
-        AddPresented(*pForm, card.secrets.at(*ePresented));
+        AddPresented(*pForm, card.StatusOf(*ePresented));
     } else {
         AddWord(*pForm);
     }
@@ -77,15 +75,15 @@ CSecretField* CTaskForm::AddField(QFormLayout& form, const QString& strName, con
     return pField;
 }
 
-void CTaskForm::AddPresented(QFormLayout& form, const pindesk_secret_status& status)
+void CTaskForm::AddPresented(QFormLayout& form, const pindesk::secret_status& status)
 {
     form.addRow(Paragraph(Cost(status)));
-    const QString strTitle = TitleOf(status.secret);
-    const bool bOld = m_task.eOperation == PINDESK_OP_CHANGE;
+    const QString strTitle = NameOf(status.secret);
+    const bool bOld = m_task.eOperation == pindesk::operation::change;
     m_pPresented = AddField(
         form, bOld ? Phrase("Present {secret}", {{"secret", strTitle.toStdString()}}) : strTitle,
         "presented");
-    if (status.state == PINDESK_STATE_LAST_TRY) {
+    if (status.state == pindesk::state::last_try) {
         m_pLastTry = new QCheckBox(Phrase("I am sure of the value: use the last try"));
         m_pLastTry->setObjectName("last try");
         form.addRow(m_pLastTry);
@@ -95,8 +93,8 @@ void CTaskForm::AddPresented(QFormLayout& form, const pindesk_secret_status& sta
 
 void CTaskForm::AddFresh(QFormLayout& form)
 {
-    const std::string strTitle = TitleOf(m_task.eTarget).toStdString();
-    if (m_task.eOperation == PINDESK_OP_REACTIVATE) {
+    const std::string strTitle = pindesk::text(m_task.eTarget, Language());
+    if (m_task.eOperation == pindesk::operation::reactivate) {
         form.addRow(Paragraph(Phrase("Leave the new value empty to keep the one that it had.")));
     }
     m_pFresh = AddField(form, Phrase("New {secret}", {{"secret", strTitle}}), "fresh");
@@ -125,8 +123,8 @@ bool CTaskForm::HasConsent() const
 QString CTaskForm::ProblemOfFresh() const
 {
     const CValue& fresh = m_pFresh->Value();
-    const bool bKeeps = m_task.eOperation == PINDESK_OP_REACTIVATE && fresh.size() == 0;
-    if (!bKeeps && Judge(m_task.eTarget, true, fresh).outcome != PINDESK_DONE) {
+    const bool bKeeps = m_task.eOperation == pindesk::operation::reactivate && fresh.size() == 0;
+    if (!bKeeps && Judge(m_task.eTarget, true, fresh).outcome != pindesk::outcome::done) {
         return Phrase("The new value: {length}.",
                       {{"length", LengthOf(m_task.eTarget).toStdString()}});
     }
@@ -136,9 +134,10 @@ QString CTaskForm::ProblemOfFresh() const
 QString CTaskForm::Problem() const
 {
     if (m_pPresented != nullptr &&
-        Judge(*m_task.Presented(), false, m_pPresented->Value()).outcome != PINDESK_DONE) {
+        Judge(*m_task.Presented(), false, m_pPresented->Value()).outcome !=
+            pindesk::outcome::done) {
         return Phrase("{secret}: {length}.",
-                      {{"secret", TitleOf(*m_task.Presented()).toStdString()},
+                      {{"secret", pindesk::text(*m_task.Presented(), Language())},
                        {"length", LengthOf(*m_task.Presented()).toStdString()}});
     }
     return m_pFresh == nullptr ? QString() : ProblemOfFresh();
@@ -149,15 +148,14 @@ void CTaskForm::Check()
     const QString strProblem = Problem();
     m_bComplete = strProblem.isEmpty() && HasConsent();
     const bool bWeighs = strProblem.isEmpty() && m_pFresh != nullptr;
-    m_pHint->setText(bWeighs ? WeaknessOf(Judge(m_task.eTarget, true, m_pFresh->Value()).weakness)
+    m_pHint->setText(bWeighs ? NameOf(Judge(m_task.eTarget, true, m_pFresh->Value()).weakness)
                              : strProblem);
-    emit Edited();
+    Q_EMIT Edited();
 }
 
-std::uint32_t CTaskForm::Flags() const
+bool CTaskForm::UsesLastTry() const
 {
-    const bool bLastTry = m_pLastTry != nullptr && m_pLastTry->isChecked();
-    return bLastTry ? std::uint32_t{PINDESK_USE_LAST_TRY} : 0;
+    return m_pLastTry != nullptr && m_pLastTry->isChecked();
 }
 
 void CTaskForm::Take(SValues& values)

@@ -23,16 +23,16 @@ public:
     CTaskForm(const STask& task, const SCard& card);
 
     bool IsComplete() const { return m_bComplete; }
-    /// PINDESK_USE_LAST_TRY where it was consented to.
-    std::uint32_t Flags() const;
+    /// Whether it was consented to.
+    bool UsesLastTry() const;
     /// Moves the values out of the fields.
     void Take(SValues& values);
 
-signals:
+Q_SIGNALS:
     void Edited();
 
 private:
-    void AddPresented(QFormLayout& form, const pindesk_secret_status& status);
+    void AddPresented(QFormLayout& form, const pindesk::secret_status& status);
     void AddFresh(QFormLayout& form);
     void AddWord(QFormLayout& form);
     CSecretField* AddField(QFormLayout& form, const QString& strName, const char* szId);

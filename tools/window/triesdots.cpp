@@ -20,7 +20,7 @@ QPolygonF Tick(double dUnit)
 
 } // namespace
 
-CTriesDots::CTriesDots(const pindesk_secret_status& status, const QString& strState)
+CTriesDots::CTriesDots(const pindesk::secret_status& status, const QString& strState)
     : m_status(status)
 {
     setAccessibleName(strState);
@@ -29,13 +29,13 @@ CTriesDots::CTriesDots(const pindesk_secret_status& status, const QString& strSt
 
 QSize CTriesDots::sizeHint() const
 {
-    const int iDots = std::clamp(m_status.tries_left, USUAL_TRIES, MOST_DOTS);
+    const int iDots = std::clamp(m_status.tries_left.value_or(0), USUAL_TRIES, MOST_DOTS);
     return {(iDots + 1) * fontMetrics().height(), fontMetrics().height() * 3 / 2};
 }
 
 void CTriesDots::PaintTries(QPainter& painter, double dStep) const
 {
-    const int iLeft = std::min(m_status.tries_left, MOST_DOTS);
+    const int iLeft = std::min(m_status.tries_left.value_or(0), MOST_DOTS);
     for (int i = 0; i < std::max(iLeft, USUAL_TRIES); ++i) {
         const QPointF at(i * dStep, 0);
         painter.setBrush(i < iLeft ? painter.pen().brush() : Qt::NoBrush);
@@ -56,22 +56,22 @@ void CTriesDots::paintEvent(QPaintEvent* /*pEvent*/)
     painter.setPen(QPen(palette().windowText(), dStep / 9));
     painter.translate(dStep * 0.6, height() / 2.0);
     switch (m_status.state) {
-    case PINDESK_STATE_READY:
-    case PINDESK_STATE_LAST_TRY:
+    case pindesk::state::ready:
+    case pindesk::state::last_try:
         PaintTries(painter, dStep);
         break;
-    case PINDESK_STATE_BLOCKED:
+    case pindesk::state::blocked:
         painter.drawLine(QPointF(-dUnit, -dUnit), QPointF(dUnit, dUnit));
         painter.drawLine(QPointF(-dUnit, dUnit), QPointF(dUnit, -dUnit));
         break;
-    case PINDESK_STATE_DEACTIVATED:
+    case pindesk::state::deactivated:
         painter.drawLine(QPointF(-dUnit / 2, -dUnit), QPointF(-dUnit / 2, dUnit));
         painter.drawLine(QPointF(dUnit / 2, -dUnit), QPointF(dUnit / 2, dUnit));
         break;
-    case PINDESK_STATE_VERIFIED:
+    case pindesk::state::verified:
         painter.drawPolyline(Tick(dUnit));
         break;
-    case PINDESK_STATE_ABSENT:
+    case pindesk::state::absent:
         painter.drawLine(QPointF(-dUnit, 0), QPointF(dUnit, 0));
         break;
     default:

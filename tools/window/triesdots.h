@@ -7,7 +7,7 @@
 #ifndef TOOLS_WINDOW_TRIESDOTS_H
 #define TOOLS_WINDOW_TRIESDOTS_H
 
-#include "pindesk/desk.h"
+#include "pindesk/desk.hpp"
 
 #include <QWidget>
 
@@ -16,7 +16,7 @@ namespace window {
 class CTriesDots : public QWidget {
 public:
     /// \param strState  the same in words, for a screen reader
-    CTriesDots(const pindesk_secret_status& status, const QString& strState);
+    CTriesDots(const pindesk::secret_status& status, const QString& strState);
 
     QSize sizeHint() const override;
 
@@ -26,7 +26,7 @@ protected:
 private:
     void PaintTries(QPainter& painter, double dStep) const;
 
-    pindesk_secret_status m_status;
+    pindesk::secret_status m_status;
 };
 
 } // namespace window

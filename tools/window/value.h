@@ -6,10 +6,9 @@
 #ifndef TOOLS_WINDOW_VALUE_H
 #define TOOLS_WINDOW_VALUE_H
 
-#include "pindesk/desk.h"
-
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
 
 namespace window {
@@ -21,8 +20,8 @@ public:
     CValue(const CValue&) = delete;
     CValue& operator=(const CValue&) = delete;
 
+    const unsigned char* data() const { return m_ab.data(); }
     std::size_t size() const { return m_cb; }
-    pindesk_bytes Bytes() const { return {m_ab.data(), m_cb}; }
 
     /// Appends a character. \return false, and unchanged, when the value is full.
     bool Append(unsigned char ch)

@@ -3,7 +3,6 @@
 #include "tools/window/watch.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace window {
 
@@ -15,49 +14,43 @@ CWatch::~CWatch()
 {
     requestInterruption();
     do { // until it is inside a call that hears it
-        pindesk_cancel(m_desk);
+        m_desk.cancel();
     } while (!wait(50));
 }
 
-void CWatch::Take(pindesk_event eEvent, const pindesk_reader& reader)
+void CWatch::Take(pindesk::event eEvent, const pindesk::reader& reader)
 {
     const auto known = std::find_if(m_seen.begin(), m_seen.end(), [&](const SSeen& seen) {
-        return std::strcmp(seen.reader.name, reader.name) == 0;
+        return seen.reader.name() == reader.name();
     });
-    if (eEvent == PINDESK_READER_WENT) {
+    if (eEvent == pindesk::event::reader_went) {
         m_seen.erase(known, m_seen.end() == known ? known : known + 1);
         return;
     }
     SSeen& seen = known == m_seen.end() ? m_seen.emplace_back() : *known;
     seen.reader = reader;
-    seen.reader.has_card = eEvent == PINDESK_CARD_CAME ? 1 : 0;
-    seen.uInsertion = eEvent == PINDESK_CARD_CAME ? ++m_uInsertions : 0;
-}
-
-int CWatch::Visit(pindesk_event eEvent, const pindesk_reader* pReader, void* pThis)
-{
-    auto* const self = static_cast<CWatch*>(pThis);
-    self->Take(eEvent, *pReader);
-    emit self->Changed(self->m_seen);
-    return self->isInterruptionRequested() ? 1 : 0;
+    seen.uInsertion = eEvent == pindesk::event::card_came ? ++m_uInsertions : 0;
 }
 
 void CWatch::run()
 {
+    const auto tell = [this](pindesk::event eEvent, const pindesk::reader& reader) {
+        Take(eEvent, reader);
+        Q_EMIT Changed(m_seen);
+        return !isInterruptionRequested();
+    };
     bool bThere = true;
     while (!isInterruptionRequested()) {
-        auto report = Empty<pindesk_report>();
         m_seen.clear();
-        const bool bIs =
-            pindesk_readers(m_desk, nullptr, nullptr, nullptr, &report) == PINDESK_DONE;
-        if (bIs) {
-            emit Changed(m_seen); // what is there is told by the visits
-            pindesk_watch(m_desk, nullptr, Visit, this, &report);
+        const pindesk::report listed = m_desk.readers([](const pindesk::reader&) { return false; });
+        if (listed) {
+            Q_EMIT Changed(m_seen); // what is there is told by the visits
+            m_desk.watch(tell);
         } else if (bThere) {
-            emit Lost(report);
+            Q_EMIT Lost(listed);
         }
-        bThere = bIs;
-        if (!bIs) {
+        bThere = static_cast<bool>(listed);
+        if (!bThere) {
             msleep(RETRY_MS);
         }
     }

@@ -5,7 +5,7 @@
 #ifndef TOOLS_WINDOW_WATCH_H
 #define TOOLS_WINDOW_WATCH_H
 
-#include "tools/window/owndesk.h"
+#include "pindesk/desk.hpp"
 
 #include <QList>
 #include <QThread>
@@ -14,8 +14,8 @@ namespace window {
 
 /// A reader, and which insertion of a card it is at.
 struct SSeen {
-    pindesk_reader reader;
-    unsigned uInsertion; ///< another one for each card that came to any reader; 0: no card
+    pindesk::reader reader;
+    unsigned uInsertion = 0; ///< another one for each card that came to any reader; 0: no card
 };
 using Seen = QList<SSeen>;
 
@@ -25,19 +25,18 @@ class CWatch : public QThread {
 public:
     ~CWatch() override;
 
-signals:
+Q_SIGNALS:
     void Changed(const window::Seen& readers);
     /// The service is not there; Changed comes when it is back.
-    void Lost(const pindesk_report& why);
+    void Lost(const pindesk::report& why);
 
 protected:
     void run() override;
 
 private:
-    static int Visit(pindesk_event eEvent, const pindesk_reader* pReader, void* pThis);
-    void Take(pindesk_event eEvent, const pindesk_reader& reader);
+    void Take(pindesk::event eEvent, const pindesk::reader& reader);
 
-    COwnDesk m_desk;
+    pindesk::desk m_desk;
     Seen m_seen;
     unsigned m_uInsertions = 0;
 };

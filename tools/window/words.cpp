@@ -6,86 +6,52 @@ namespace window {
 
 namespace {
 
-QString g_strLanguage;
-
-/// What a function of the desk writes in the language of the moment.
-template <class About>
-QString Written(std::size_t (*write)(About, const char*, char*, std::size_t),
-                std::type_identity_t<About> about)
-{
-    const QByteArray language = g_strLanguage.toUtf8();
-    std::string text(write(about, language.constData(), nullptr, 0), '\0');
-    write(about, language.constData(), text.data(), text.size() + 1);
-    return QString::fromStdString(text);
-}
+std::string g_strLanguage;
 
 } // namespace
 
-void SetLanguage(const QString& strTag)
+void SetLanguage(std::string strTag)
 {
-    g_strLanguage = strTag;
+    g_strLanguage = std::move(strTag);
 }
 
-const QString& Language()
+const std::string& Language()
 {
     return g_strLanguage;
 }
 
 QString Phrase(const char* szText, std::initializer_list<desk::SGap> gaps)
 {
-    const QByteArray language = g_strLanguage.toUtf8();
-    return QString::fromStdString(desk::Fill(desk::Tr(language.constData(), szText), gaps));
+    return QString::fromStdString(desk::Fill(desk::Tr(g_strLanguage.c_str(), szText), gaps));
 }
 
-QString TextOf(const pindesk_report& report)
+QString TextOf(const pindesk::report& report)
 {
-    return Written(pindesk_text, &report);
+    return QString::fromStdString(report.text(g_strLanguage.c_str()));
 }
 
-QString AdviceOf(const pindesk_report& report)
+QString AdviceOf(const pindesk::report& report)
 {
-    return Written(pindesk_advice, &report);
+    return QString::fromStdString(report.advice(g_strLanguage.c_str()));
 }
 
-QString TitleOf(pindesk_secret eSecret)
+QString LayoutOf(const pindesk::card& card)
 {
-    return Written(pindesk_secret_title, eSecret);
+    return QString::fromStdString(pindesk::layout_text(card.layout.value_or(-1), g_strLanguage));
 }
 
-QString StateOf(const pindesk_secret_status& status)
+QString NameOf(const pindesk::reader& reader)
 {
-    return Written(pindesk_state_text, &status);
+    return QString::fromStdString(desk::Fill("{reader}", {{"reader", std::string(reader.name())}}));
 }
 
-QString WeaknessOf(pindesk_weakness eWeakness)
+QString LengthOf(pindesk::secret eSecret)
 {
-    return Written(pindesk_weakness_text, eWeakness);
-}
-
-QString KindOf(pindesk_kind eKind)
-{
-    return Written(pindesk_kind_text, eKind);
-}
-
-QString LayoutOf(std::int32_t lLayout)
-{
-    return Written(pindesk_layout_text, lLayout);
-}
-
-QString NameOf(const pindesk_reader& reader)
-{
-    return QString::fromStdString(desk::Fill("{reader}", {{"reader", reader.name}}));
-}
-
-QString LengthOf(pindesk_secret eSecret)
-{
-    std::int32_t lMin = 0;
-    std::int32_t lMax = 0;
-    pindesk_limits(eSecret, &lMin, &lMax);
-    const std::string strMax = std::to_string(lMax);
-    return lMin == lMax
-               ? Phrase("{max} digits", {{"max", strMax}})
-               : Phrase("{min} to {max} digits", {{"min", std::to_string(lMin)}, {"max", strMax}});
+    const auto [iMin, iMax] = pindesk::limits(eSecret);
+    const std::string max = std::to_string(iMax);
+    return iMin == iMax
+               ? Phrase("{max} digits", {{"max", max}})
+               : Phrase("{min} to {max} digits", {{"min", std::to_string(iMin)}, {"max", max}});
 }
 
 } // namespace window

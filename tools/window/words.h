@@ -7,31 +7,32 @@
 #define TOOLS_WINDOW_WORDS_H
 
 #include "desk/words.h"
-#include "pindesk/desk.h"
+#include "pindesk/desk.hpp"
 
 #include <QString>
 
 namespace window {
 
 /// Of the interface's thread, as are all texts.
-void SetLanguage(const QString& strTag);
-const QString& Language();
+void SetLanguage(std::string strTag);
+const std::string& Language();
 
 /// A text of the window with its gaps filled.
 /// \param szText  English, as in the catalogue.
 QString Phrase(const char* szText, std::initializer_list<desk::SGap> gaps = {});
 
-QString TextOf(const pindesk_report& report);
-QString AdviceOf(const pindesk_report& report);
-QString TitleOf(pindesk_secret eSecret);
-QString StateOf(const pindesk_secret_status& status);
-QString WeaknessOf(pindesk_weakness eWeakness);
-QString KindOf(pindesk_kind eKind);
-QString LayoutOf(std::int32_t lLayout);
+QString TextOf(const pindesk::report& report);
+QString AdviceOf(const pindesk::report& report);
+/// What a secret, its state, a kind of card or a weakness is called.
+template <class What> QString NameOf(const What& what)
+{
+    return QString::fromStdString(pindesk::text(what, Language()));
+}
+QString LayoutOf(const pindesk::card& card);
 /// The name of a reader, with what cannot be shown as escapes.
-QString NameOf(const pindesk_reader& reader);
+QString NameOf(const pindesk::reader& reader);
 /// "6 to 8 digits".
-QString LengthOf(pindesk_secret eSecret);
+QString LengthOf(pindesk::secret eSecret);
 
 } // namespace window
 
