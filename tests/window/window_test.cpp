@@ -11,9 +11,57 @@
 #include <QLineEdit>
 #include <QMenuBar>
 
+#include <winscard.h>
+
 namespace {
 
-constexpr int FOLLOWS = 1000; // ms that the window may need to see what happened
+class CEnvironment {
+public:
+    CEnvironment(const char* szName, const QByteArray& value) : m_szName(szName)
+    {
+        qputenv(szName, value);
+    }
+    ~CEnvironment() { qunsetenv(m_szName); }
+    CEnvironment(const CEnvironment&) = delete;
+    CEnvironment& operator=(const CEnvironment&) = delete;
+
+private:
+    const char* m_szName;
+};
+
+/// Plays an event; beside those of the card, that its reader is no longer there.
+void Happens(const char* szEvent)
+{
+    if (std::string_view(szEvent) == "unplugged") {
+        const CEnvironment none("PINDESK_VCARD_READER", "");
+        vcard_restart();
+        SCARDCONTEXT hContext = 0; // reads the environment
+        SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &hContext);
+        SCardReleaseContext(hContext);
+        return;
+    }
+    QCOMPARE(vcard_play(szEvent), 0);
+}
+
+/// Another program in the middle of its work with the card.
+class COtherProgram {
+public:
+    COtherProgram()
+    {
+        SCARDHANDLE hCard = 0;
+        DWORD dwProtocol = 0;
+        SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &m_hContext);
+        SCardConnect(m_hContext, "PinDesk Virtual Reader 00 00", SCARD_SHARE_SHARED,
+                     SCARD_PROTOCOL_T1, &hCard, &dwProtocol);
+        SCardBeginTransaction(hCard);
+    }
+    ~COtherProgram() { SCardReleaseContext(m_hContext); }
+    COtherProgram(const COtherProgram&) = delete;
+    COtherProgram& operator=(const COtherProgram&) = delete;
+
+private:
+    SCARDCONTEXT m_hContext = 0;
+};
 
 class CWindowTest : public QObject {
     Q_OBJECT
@@ -89,24 +137,85 @@ private Q_SLOTS:
 
     void FollowsWhatHappens_data()
     {
-        QTest::addColumn<QByteArray>("event");
-        QTest::addColumn<QByteArray>("label");
+        QTest::addColumn<QString>("label");
         QTest::addColumn<QString>("text");
-        QTest::newRow("pulled") << QByteArray("pulled") << QByteArray("message") << "Insert a card";
-        QTest::newRow("killed") << QByteArray("killed") << QByteArray("message") << "PC/SC service";
+        QTest::newRow("pulled") << "message"
+                                << "Insert a card";
+        QTest::newRow("swapped") << "serial"
+                                 << "6200000000000999";
+        QTest::newRow("unplugged") << "message"
+                                   << "Connect a card reader";
+        QTest::newRow("killed") << "message"
+                                << "PC/SC service";
+        QTest::newRow("restarted") << "state cns-pin"
+                                   << "3 tries";
     }
 
     void FollowsWhatHappens()
     {
-        QFETCH(QByteArray, event);
-        QFETCH(QByteArray, label);
+        QFETCH(QString, label);
         QFETCH(QString, text);
         m_person->Press("2 cns-pin");
         m_person->Type("presented", "12345678");
-        QCOMPARE(vcard_play(event.constData()), 0);
-        QVERIFY(m_person->Awaits(label.constData(), text, FOLLOWS));
+        Happens(QTest::currentDataTag());
         QVERIFY(m_person->Awaits("verdict", "Nothing was sent")); // a form ends with its card
-        QVERIFY(m_person->Offered().isEmpty());
+        QVERIFY(m_person->Awaits(label.toUtf8(), text));
+        QCOMPARE(m_person->Offered().isEmpty(), label == "message");
+        vcard_restart();
+        QVERIFY(m_person->Awaits("serial", "6200000000000001"));
+        QVERIFY(m_person->Awaits("state cns-pin", "3 tries"));
+    }
+
+    void KnowsWhatALostAnswerWas_data()
+    {
+        QTest::addColumn<QByteArray>("fault");
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<QString>("verdict");
+        QTest::addColumn<QString>("state");
+        QTest::newRow("of a wrong value")
+            << QByteArray("25:removed-after") << QByteArray("1 cns-pin") << "2 tries are left"
+            << "2 tries are left";
+        QTest::newRow("of a change")
+            << QByteArray("26:removed-after") << QByteArray("2 cns-pin") << "has its new value"
+            << "3 tries are left";
+    }
+
+    void KnowsWhatALostAnswerWas()
+    {
+        QFETCH(QByteArray, fault); // at what is sent after a look, of 19 exchanges
+        QFETCH(QByteArray, button);
+        QFETCH(QString, verdict);
+        QFETCH(QString, state);
+        const CEnvironment variable("PINDESK_VCARD_FAULT", fault);
+        vcard_restart();
+        QVERIFY(QTest::qWaitFor([&] { return m_person->Text("state cns-pin").isEmpty(); }));
+        QVERIFY(m_person->Awaits("state cns-pin", "3 tries"));
+        m_person->Press(button);
+        m_person->Type("presented", button[0] == '1' ? "11111111" : "12345678");
+        if (button[0] == '2') {
+            m_person->Type("fresh", "44556677");
+            m_person->Type("again", "44556677");
+        }
+        QVERIFY(m_person->EndsWith(verdict));
+        QVERIFY(!m_person->Find<QPushButton>("back")->isVisible()); // it was put in again
+        QVERIFY(m_person->Closes());
+        QVERIFY(m_person->Awaits("state cns-pin", state));
+    }
+
+    void WaitsForAnotherProgram()
+    {
+        auto other = std::make_unique<COtherProgram>();
+        m_person->Press("1 cns-pin");
+        m_person->Type("presented", "12345678");
+        QTest::keyClick(m_person->Dialog(), Qt::Key_Return);
+        QVERIFY(m_person->Awaits("waiting", "another program"));
+        QTest::keyClick(m_person->Dialog(), Qt::Key_Escape); // does not wait any longer
+        QVERIFY(m_person->Awaits("verdict", "Nothing was sent"));
+        QVERIFY(m_person->Closes());
+
+        QVERIFY(m_person->Awaits("message", "another program")); // it was looked at again
+        other.reset();
+        QVERIFY(m_person->Awaits("state cns-pin", "3 tries"));
     }
 
     void NeverActsOnAnotherCard()
@@ -147,6 +256,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
+    qputenv("PINDESK_VCARD_ABSENCE", "400"); // ms
     const QApplication application(argc, argv);
     window::CSecretField::MakeAccessible();
     CWindowTest test;

@@ -195,19 +195,22 @@ QWidget* CMainWindow::ViewOf(const SSeen* pSeen)
         return Message(Phrase("Insert a card into {reader}.",
                               {{"reader", std::string(pSeen->reader.name())}}));
     }
-    if (const SCard* const pCard = ChosenCard(); pCard != nullptr) {
-        return ViewOf(*pCard);
+    if (const QString strWaiting = m_waiting.value(pSeen->uInsertion); !strWaiting.isEmpty()) {
+        return Message(strWaiting);
     }
-    const QString strWaiting = m_waiting.value(pSeen->uInsertion);
-    return Message(strWaiting.isEmpty() ? Phrase("Looking at the card…") : strWaiting);
+    const SCard* const pCard = ChosenCard();
+    if (pCard == nullptr) {
+        return Message(Phrase("Looking at the card…"));
+    }
+    QWidget* const pView = ViewOf(*pCard);
+    // What is looked at again is not to be relied on.
+    pView->setEnabled(!m_waiting.contains(pSeen->uInsertion));
+    return pView;
 }
 
 void CMainWindow::ShowChosen()
 {
-    const SSeen* const pSeen = Chosen();
-    m_pArea->setWidget(ViewOf(pSeen));
-    // What is looked at again is not to be relied on.
-    m_pArea->widget()->setEnabled(pSeen == nullptr || !m_waiting.contains(pSeen->uInsertion));
+    m_pArea->setWidget(ViewOf(Chosen()));
     const SCard* const pCard = ChosenCard();
     if (m_pLock != nullptr) {
         m_pLock->setEnabled(pCard != nullptr && CanLock(*pCard));

@@ -107,6 +107,7 @@ void CTaskDialog::ShowWait()
     auto* const pPage = new QWidget;
     auto* const pLayout = new QVBoxLayout(pPage);
     auto* const pText = new QLabel(Phrase("Do not remove the card."));
+    pText->setObjectName("waiting");
     pText->setWordWrap(true);
     pText->setTextFormat(Qt::PlainText);
     auto* const pBar = new QProgressBar;
@@ -145,7 +146,7 @@ void CTaskDialog::ShowVerdict(const pindesk::report& report)
     ShowWords(HeadingOf(report.outcome),
               strAdvice.isEmpty() ? TextOf(report) : TextOf(report) + "\n\n" + strAdvice);
     Learn(report);
-    m_pBack->setVisible(InvitesAnother(report));
+    m_pBack->setVisible(m_bThere && InvitesAnother(report));
 }
 
 /// What the report tells about the tries holds for the next form.
@@ -172,14 +173,15 @@ void CTaskDialog::Send()
 
 void CTaskDialog::Follow(const Seen& readers)
 {
-    const bool bThere = std::any_of(readers.begin(), readers.end(), [this](const SSeen& seen) {
-        return seen.uInsertion == m_card.uInsertion;
-    });
-    if (!bThere && m_pForm != nullptr) {
+    if (std::any_of(readers.begin(), readers.end(),
+                    [this](const SSeen& seen) { return seen.uInsertion == m_card.uInsertion; })) {
+        return;
+    }
+    m_bThere = false;
+    m_pBack->hide();
+    if (m_pForm != nullptr) {
         ShowWords("✗ " + Phrase("Not done"),
                   Phrase("The card was removed. Nothing was sent to it."));
-    } else if (!bThere) {
-        m_pBack->hide(); // another insertion begins with another look
     }
 }
 

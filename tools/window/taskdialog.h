@@ -44,6 +44,7 @@ private:
 
     const STask m_task;
     SCard m_card;
+    bool m_bThere = true; ///< since it was looked at; another insertion begins with another look
     pindesk::desk m_desk;
     std::jthread m_worker;
     CTaskForm* m_pForm = nullptr; ///< while it is shown
