@@ -4,6 +4,7 @@
 
 #include "tests/window/person.h"
 #include "tools/virtualcard/inprocess/control.h"
+#include "tools/window/triesdots.h"
 #include "tools/window/words.h"
 
 #include <QAccessible>
@@ -238,8 +239,33 @@ private Q_SLOTS:
         QVERIFY(m_person->Offered().contains("Cambiare il PIN di firma"));
     }
 
+    void CanBeUsedByKeysAlone()
+    {
+        const auto inFocus = [] { return QApplication::focusWidget(); };
+        const auto isAtButton = [&] {
+            return inFocus() != nullptr && inFocus()->objectName() == "1 cns-pin";
+        };
+        QApplication::setActiveWindow(&m_person->Window());
+        for (int i = 0; i < 20 && !isAtButton(); ++i) {
+            QTest::keyClick(inFocus() == nullptr ? &m_person->Window() : inFocus(), Qt::Key_Tab);
+        }
+        QVERIFY(isAtButton());
+        QTest::keyClick(inFocus(), Qt::Key_Space);
+        QVERIFY(QTest::qWaitFor([&] { return m_person->Dialog() != nullptr; }));
+        QApplication::setActiveWindow(m_person->Dialog());
+        QTest::keyClicks(inFocus(), "12345678");
+        QTest::keyClick(inFocus(), Qt::Key_Return);
+        QVERIFY(m_person->Awaits("verdict", "is right"));
+        QTest::keyClick(inFocus(), Qt::Key_Return);
+        QVERIFY(QTest::qWaitFor([&] { return m_person->Dialog() == nullptr; }));
+        QApplication::setActiveWindow(&m_person->Window());
+        QVERIFY(QTest::qWaitFor(isAtButton)); // as before, of the view that was made anew
+    }
+
     void CanBeReadOut()
     {
+        QCOMPARE(m_person->Window().findChild<window::CTriesDots*>()->accessibleName(),
+                 "3 tries are left");
         QCOMPARE(m_person->Find<QLabel>("state cns-pin")->accessibleName(),
                  "CNS PIN: 3 tries are left");
         m_person->Press("1 cns-pin");

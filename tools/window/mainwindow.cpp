@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QScreen>
 #include <QScrollArea>
 #include <QSplitter>
 
@@ -18,7 +19,7 @@ namespace window {
 
 namespace {
 
-constexpr int WIDTH = 62, HEIGHT = 20; // in heights of a letter
+constexpr int WIDTH = 57, HEIGHT = 20; // in heights of a letter
 constexpr int MOST_LOOKS = 32;         // at a time, each perhaps held up by another program
 
 struct SLanguage {
@@ -31,7 +32,8 @@ constexpr SLanguage LANGUAGES[] = {{"en", "&English"}, {"it", "&Italiano"}};
 CMainWindow::CMainWindow() : m_pList(new QListWidget), m_pArea(new QScrollArea)
 {
     setWindowTitle("PinDesk");
-    resize(WIDTH * fontMetrics().height(), HEIGHT * fontMetrics().height());
+    resize((QSize(WIDTH, HEIGHT) * fontMetrics().height())
+               .boundedTo(screen()->availableSize())); // enlarged, it may be wider than that
     m_pList->setWordWrap(true);
     m_pArea->setWidgetResizable(true);
     m_pArea->setFrameShape(QFrame::NoFrame);

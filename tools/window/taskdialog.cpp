@@ -97,9 +97,7 @@ void CTaskDialog::ShowForm()
     m_pClose->setText(Phrase("Cancel"));
     connect(pForm, &CTaskForm::Edited, this,
             [this, pForm] { m_pSend->setEnabled(pForm->IsComplete()); });
-    if (auto* const pFirst = pForm->nextInFocusChain(); pFirst != nullptr) {
-        pFirst->setFocus();
-    }
+    pForm->setFocus();
 }
 
 void CTaskDialog::ShowWait()

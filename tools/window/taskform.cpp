@@ -49,11 +49,13 @@ pindesk::report Judge(pindesk::secret eSecret, bool bNew, const CValue& value)
 CTaskForm::CTaskForm(const STask& task, const SCard& card) : m_task(task)
 {
     auto* const pForm = new QFormLayout(this);
-    pForm->setRowWrapPolicy(QFormLayout::WrapLongRows);
+    pForm->setRowWrapPolicy(QFormLayout::WrapAllRows); // names of secrets are long
     if (const auto ePresented = task.Presented()) {
         AddPresented(*pForm, card.StatusOf(*ePresented));
+        setFocusProxy(m_pPresented);
     } else {
         AddWord(*pForm);
+        setFocusProxy(m_pWord);
     }
     if (task.SetsValue()) {
         AddFresh(*pForm);

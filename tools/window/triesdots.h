@@ -14,6 +14,8 @@
 namespace window {
 
 class CTriesDots : public QWidget {
+    Q_OBJECT
+
 public:
     /// \param strState  the same in words, for a screen reader
     CTriesDots(const pindesk::secret_status& status, const QString& strState);
