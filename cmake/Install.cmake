@@ -96,3 +96,18 @@ if(PINDESK_TOOLS)
     endforeach()
     add_custom_target(completions ALL DEPENDS ${COMPLETIONS})
 endif()
+
+# The window.
+if(PINDESK_TOOLS AND PINDESK_WINDOW)
+    set(WINDOW_ID it.velmar.pindesk.window)
+    set_target_properties(pindesk-window PROPERTIES INSTALL_RPATH "$ORIGIN/${BIN_TO_LIB}")
+    install(TARGETS pindesk-window)
+    install(FILES docs/pindesk-window.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    foreach(described metainfo.xml:metainfo desktop:applications
+            svg:icons/hicolor/scalable/apps)
+        string(REPLACE ":" ";" described ${described})
+        list(POP_FRONT described end)
+        install(FILES ${PACKAGING}/${WINDOW_ID}.${end}
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/${described})
+    endforeach()
+endif()
