@@ -15,5 +15,5 @@ excerpts = re.findall(r"\]\(([^)]+)(?<!\.png)\)[^`]*```[a-z]+\n(.*?)```", docume
 assert excerpts, f"{document} shows no code of a file"
 for name, excerpt in excerpts:
     whole = (document.parent / name).read_text()
-    if textwrap.indent(excerpt, " " * 4) not in whole and excerpt not in whole:
+    if not any(textwrap.indent(excerpt, " " * depth) in whole for depth in (0, 4, 8, 12)):
         sys.exit(f"{document}: what it shows of {name} does not stand there:\n{excerpt}")

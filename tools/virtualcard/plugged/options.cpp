@@ -87,8 +87,7 @@ constexpr SOption OPTIONS[] = {
      [](SOptions& o, const std::string& v) { o.card.bRequireSm = Either(v, "1", "0"); }},
     {"unpadded", nullptr, "secrets have no padding",
      [](SOptions& o, const std::string& v) { o.card.bUnpadded = Either(v, "1", "0"); }},
-    {"fault", "N:KIND",
-     "play faults, several separated by commas; tools/virtualcard/README.md lists them",
+    {"fault", "N:KIND", "play faults, several separated by commas; pindesk-testing(7) lists them",
      [](SOptions& o, const std::string& v) { AddFaults(o.faults, v); }},
 };
 
