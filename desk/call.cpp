@@ -54,14 +54,15 @@ std::int32_t Milliseconds(Clock::duration duration)
 
 bool CTurns::Take(const std::string& strReader)
 {
-    const std::lock_guard lock(m_mutex);
-    return m_taken.insert(strReader).second;
+    std::unique_lock lock(m_mutex);
+    return m_givenBack.wait_for(lock, TICK, [&] { return m_taken.insert(strReader).second; });
 }
 
 void CTurns::GiveBack(const std::string& strReader)
 {
     const std::lock_guard lock(m_mutex);
     m_taken.erase(strReader);
+    m_givenBack.notify_all();
 }
 
 CTurn::CTurn(CCall& call, std::string strReader)
@@ -69,7 +70,7 @@ CTurn::CTurn(CCall& call, std::string strReader)
 {
     do {
         m_bTaken = m_turns.Take(m_strReader);
-    } while (!m_bTaken && call.Pause());
+    } while (!m_bTaken && call.GoOn());
 }
 
 CTurn::~CTurn()

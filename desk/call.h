@@ -27,11 +27,13 @@ using Clock = std::chrono::steady_clock;
 /// The readers at which calls of one desk are at work.
 class CTurns {
 public:
+    /// Waits a moment for a reader. \return whether it is the caller's now.
     bool Take(const std::string& strReader);
     void GiveBack(const std::string& strReader);
 
 private:
     std::mutex m_mutex;
+    std::condition_variable m_givenBack;
     std::set<std::string> m_taken;
 };
 
