@@ -34,7 +34,7 @@ add_custom_command(OUTPUT ${PINDESK_CATALOGUE} DEPENDS ${MO_FILES} ${CMAKE_CURRE
         -P ${CMAKE_CURRENT_LIST_FILE})
 
 # Linked into the library and into the tool, which has texts of its own.
-add_library(pindesk_words STATIC desk/words.cpp ${PINDESK_CATALOGUE})
+add_library(pindesk_words STATIC desk/reasons.cpp desk/words.cpp ${PINDESK_CATALOGUE})
 target_include_directories(pindesk_words PUBLIC ${PROJECT_SOURCE_DIR})
 target_compile_options(pindesk_words PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden)
 target_link_libraries(pindesk_words PRIVATE pindesk_warnings pindesk_hardening)

@@ -349,8 +349,8 @@ SResult CAttempt::FirstFailed(EAnswer eAnswer)
     SResult result;
     const EVerdict eVerdict = Judge(eAnswer, result);
     m_bVerified |= eVerdict == EVerdict::RIGHT;
-    const bool bUntold = eVerdict == EVerdict::UNKNOWN && result.eDetail == PINDESK_DETAIL_NOT_TOLD;
-    return eVerdict == EVerdict::RIGHT || bUntold ? NotDone() : result;
+    const bool bNoTryGone = eVerdict == EVerdict::UNKNOWN && Report().tries_left >= 0;
+    return eVerdict == EVerdict::RIGHT || bNoTryGone ? NotDone() : result;
 }
 
 } // namespace desk

@@ -99,6 +99,7 @@ CCall::CCall(std::unique_ptr<SRequest> request, std::shared_ptr<CTurns> turns)
     report.target = m_pRequest->eTarget;
     report.tries_before = report.tries_left = report.status_word = -1;
     report.code = PINDESK_NO_CODE;
+    report.notes = m_pRequest->Wants(PINDESK_ANY_CHARACTERS) ? PINDESK_NOTE_ANY_CHARACTERS : 0;
     report.in_force = SetsAValue(report.operation) ? PINDESK_IN_FORCE_OLD // until it is done
                                                    : PINDESK_IN_FORCE_NOT_CONCERNED;
     m_public = report;
@@ -264,6 +265,9 @@ pindesk_report CCall::Run(const std::shared_ptr<CCall>& call, Work work,
         thread.detach();
     }
     report.milliseconds = Milliseconds(Clock::now() - call->m_start);
+    if (report.code == PINDESK_NO_CODE) {
+        report.code = CodeOf({report.outcome, report.detail});
+    }
     if (report.outcome == PINDESK_IN_USE) {
         FillInHolders(report.holders);
     }

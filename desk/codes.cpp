@@ -175,10 +175,14 @@ size_t pindesk_code_text(int32_t code, const char* language, char* buffer, size_
 
 size_t pindesk_code_advice(int32_t code, const char* language, char* buffer, size_t size)
 {
+    return desk::Put(buffer, size,
+                     [&] { return desk::NextText(language, pindesk_code_next(code)); });
+}
+
+pindesk_next pindesk_code_next(int32_t code)
+{
     const desk::SCode* const pCode = desk::FindCode(code);
-    return desk::Put(buffer, size, [&] {
-        return pCode == nullptr ? std::string() : desk::NextText(language, pCode->eNext);
-    });
+    return pCode == nullptr ? PINDESK_NEXT_NOTHING : pCode->eNext;
 }
 
 pindesk_outcome pindesk_code_outcome(int32_t code)

@@ -2,6 +2,8 @@
 
 #include "desk/failure.h"
 
+#include "pindesk/PinDesk.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -57,6 +59,32 @@ constexpr SNextRule NEXT_RULES[] = {
     {PINDESK_CARD_REFUSED, PINDESK_DETAIL_NONE, PINDESK_NEXT_IDENTIFY},
 };
 
+struct SCodeRule {
+    pindesk_outcome eOutcome;
+    pindesk_detail eDetail; ///< NONE: any
+    long lCode;
+};
+
+constexpr SCodeRule CODE_RULES[] = {
+    {PINDESK_NO_SERVICE, PINDESK_DETAIL_NONE, pindesk::result::NO_CONTEXT},
+    {PINDESK_NO_READER, PINDESK_DETAIL_NONE, pindesk::result::NO_READER},
+    {PINDESK_NO_CARD, PINDESK_DETAIL_EMPTY, pindesk::result::NO_CARD},
+    {PINDESK_NO_CARD, PINDESK_DETAIL_MUTE, pindesk::result::NO_CARD},
+    {PINDESK_IN_USE, PINDESK_DETAIL_EXCLUSIVE, pindesk::result::NO_CARD}, // no connection
+    {PINDESK_OTHER_CARD, PINDESK_DETAIL_NONE, pindesk::result::OTHER_CARD},
+};
+
+/// The first rule for a result; null where there is none.
+template <class Rule, std::size_t N> const Rule* Find(const Rule (&rules)[N], SResult result)
+{
+    const auto* const pRule =
+        std::find_if(std::begin(rules), std::end(rules), [result](const Rule& rule) {
+            return rule.eOutcome == result.eOutcome &&
+                   (rule.eDetail == PINDESK_DETAIL_NONE || rule.eDetail == result.eDetail);
+        });
+    return pRule == std::end(rules) ? nullptr : pRule;
+}
+
 } // namespace
 
 SResult ResultOfPcsc(LONG lCode)
@@ -67,14 +95,16 @@ SResult ResultOfPcsc(LONG lCode)
     return pRule == std::end(PCSC_RULES) ? READER_FAILED : pRule->result;
 }
 
+std::int32_t CodeOf(SResult result)
+{
+    const SCodeRule* const pRule = Find(CODE_RULES, result);
+    return pRule == nullptr ? PINDESK_NO_CODE : static_cast<std::int32_t>(pRule->lCode);
+}
+
 pindesk_next NextAfter(SResult result)
 {
-    const auto* const pRule =
-        std::find_if(std::begin(NEXT_RULES), std::end(NEXT_RULES), [result](const SNextRule& rule) {
-            return rule.eOutcome == result.eOutcome &&
-                   (rule.eDetail == PINDESK_DETAIL_NONE || rule.eDetail == result.eDetail);
-        });
-    return pRule == std::end(NEXT_RULES) ? PINDESK_NEXT_NOTHING : pRule->eNext;
+    const SNextRule* const pRule = Find(NEXT_RULES, result);
+    return pRule == nullptr ? PINDESK_NEXT_NOTHING : pRule->eNext;
 }
 
 } // namespace desk

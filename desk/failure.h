@@ -7,6 +7,7 @@
 
 #include "pindesk/desk.h"
 
+#include <cstdint>
 #include <winscard.h>
 
 namespace desk {
@@ -31,6 +32,10 @@ constexpr SResult RESET{PINDESK_IN_USE, PINDESK_DETAIL_RESET};
 
 /// What a code of PC/SC says about service, reader and card. An unknown one is a failing reader.
 SResult ResultOfPcsc(LONG lCode);
+
+/// The code with which the exported operations end where they meet a failure before anything is
+/// sent; PINDESK_NO_CODE where they know none.
+std::int32_t CodeOf(SResult result);
 
 /// What makes sense after a failure that has nothing to do with a secret.
 pindesk_next NextAfter(SResult result);

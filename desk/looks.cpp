@@ -175,9 +175,32 @@ bool TellChanges(const Readers& before, const Readers& now, pindesk_event_visito
 
 } // namespace
 
+namespace {
+
+/// What programs have verified is so no longer; none of them is at work with the card now.
+SResult ResetAlone(CCall& call, CService& service)
+{
+    CSearch search(call, service);
+    search.HoldAlone();
+    std::unique_ptr<CSession> session;
+    const SResult held = search.Hold(session);
+    if (held.Done()) {
+        session->ResetAtTheEnd();
+    }
+    const bool bShared = held.eDetail == PINDESK_DETAIL_EXCLUSIVE; // perhaps by nobody alone
+    return bShared ? SResult{PINDESK_IN_USE, PINDESK_DETAIL_NONE} : held;
+}
+
+} // namespace
+
 SResult desk::AskAll(CCall& call, std::vector<pindesk_secret_status>& statuses)
 {
     CService service;
+    if (call.Request().Wants(PINDESK_RESET_FIRST)) {
+        if (const SResult reset = ResetAlone(call, service); !reset.Done()) {
+            return reset;
+        }
+    }
     std::unique_ptr<CSession> session;
     if (const SResult held = CSearch(call, service).Hold(session); !held.Done()) {
         return held;

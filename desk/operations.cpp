@@ -187,6 +187,7 @@ pindesk_outcome pindesk_check_value(pindesk_secret secret, int is_new, pindesk_b
     }
     own.outcome = result.eOutcome;
     own.detail = result.eDetail;
+    own.notes = (flags & PINDESK_ANY_CHARACTERS) != 0 ? PINDESK_NOTE_ANY_CHARACTERS : 0;
     if (!result.Done()) {
         own.next = is_new != 0 ? PINDESK_NEXT_CHOOSE_VALUE : PINDESK_NEXT_CHECK_VALUE;
     }

@@ -199,7 +199,7 @@ SResult CSearch::Meet(const pindesk_reader& reader, std::unique_ptr<CSession>& s
     constexpr SResult OTHER{PINDESK_OTHER_CARD, PINDESK_DETAIL_NONE};
     Report(reader);
     session = std::make_unique<CSession>(m_call, m_service, reader);
-    SResult result = session->Open();
+    SResult result = session->Open(m_dwShare);
     if (!result.Done()) {
         return result;
     }

@@ -31,6 +31,8 @@ public:
     /// No other card will do from now on.
     /// \param identity  must outlive the search.
     void HoldTo(const SIdentity& identity) { m_pHeldTo = &identity; }
+    /// From now on a card that another program has a connection to will not do either.
+    void HoldAlone() { m_dwShare = SCARD_SHARE_EXCLUSIVE; }
     /// Finds the reader alone: 0 exchanges, or 4 for each card that may have the serial number.
     SResult Find(pindesk_reader& reader);
     /// Finds the card and holds it: connected, and its serial number read.
@@ -48,7 +50,8 @@ private:
     CCall& m_call;
     CService& m_service;
     const SIdentity* m_pHeldTo = nullptr; ///< null: whatever the call describes
-    bool m_bReturn = false;               ///< the card was there, and an answer of it was lost
+    DWORD m_dwShare = SCARD_SHARE_SHARED;
+    bool m_bReturn = false; ///< the card was there, and an answer of it was lost
     Readers m_readers;
     std::optional<Clock::time_point> m_end; ///< of waiting for the card; nothing: for ever
 };

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <iterator>
 
 namespace desk {
@@ -140,15 +139,11 @@ constexpr const char* LEFT_VERIFIED =
 constexpr const char* ADMIN_KEY_BLOCKED = Msg("The administration key is blocked for good.");
 constexpr const char* HOLDERS = Msg("Programs that use the service: {holders}.");
 
-std::string Length(const char* szLanguage, pindesk_secret eSecret)
-{
-    const STitle& title = TitleOf(eSecret);
-    const std::string min = std::to_string(title.lMin);
-    const std::string max = std::to_string(title.lMax);
-    return title.lMin == title.lMax
-               ? Fill(Tr(szLanguage, "{max} characters"), {{"max", max}})
-               : Fill(Tr(szLanguage, "{min} to {max} characters"), {{"min", min}, {"max", max}});
-}
+constexpr const char* LENGTHS[2][2] = {
+    // one length, a choice of lengths
+    {Msg("{max} digits"), Msg("{min} to {max} digits")},
+    {Msg("{max} characters"), Msg("{min} to {max} characters")}, // any are permitted
+};
 
 /// One report in one language.
 class CReportWords {
@@ -191,6 +186,14 @@ public:
 private:
     bool IsWaiting() const { return m_report.detail >= PINDESK_DETAIL_WAITING_FOR_CARD; }
 
+    std::string Length(pindesk_secret eSecret) const
+    {
+        const STitle& title = TitleOf(eSecret);
+        const bool bAny = (m_report.notes & PINDESK_NOTE_ANY_CHARACTERS) != 0;
+        return Fill(Tr(m_szLanguage, LENGTHS[bAny][title.lMin != title.lMax]),
+                    {{"min", std::to_string(title.lMin)}, {"max", std::to_string(title.lMax)}});
+    }
+
     static void Append(std::string& text, const std::string& sentence)
     {
         text += (text.empty() || sentence.empty() ? "" : " ") + sentence;
@@ -203,8 +206,8 @@ private:
         };
         return Fill(Tr(m_szLanguage, szText), {{"secret", title(m_report.secret)},
                                                {"target", title(m_report.target)},
-                                               {"length", Length(m_szLanguage, m_report.secret)},
-                                               {"newlength", Length(m_szLanguage, m_report.target)},
+                                               {"length", Length(m_report.secret)},
+                                               {"newlength", Length(m_report.target)},
                                                {"tries", Tries()},
                                                {"reader", m_report.reader},
                                                {"holders", m_report.holders}});
@@ -247,7 +250,7 @@ private:
                            "K2 K1), raw or as hexadecimal digits."));
         default:
             return Fill(Tr(m_szLanguage, "The key file cannot be used: {reason}."),
-                        {{"reason", std::strerror(m_report.code)}});
+                        {{"reason", ReasonText(m_szLanguage, m_report.code)}});
         }
     }
 
@@ -262,6 +265,11 @@ private:
 
     std::string Doubt() const
     {
+        const bool bNoTryGone =
+            m_report.tries_left >= 0 && m_report.tries_left == m_report.tries_before;
+        if (m_report.operation == PINDESK_OP_VERIFY && bNoTryGone) {
+            return Say(Msg("Whether the {secret} was right is not known; no try is gone."));
+        }
         return m_report.in_force == PINDESK_IN_FORCE_OLD ? std::string() : OfOperation(DOUBTS);
     }
 

@@ -45,7 +45,7 @@ CSession::CSession(CCall& call, CService& service, const pindesk_reader& reader)
     m_identity.strAtr.assign(reader.atr, reader.atr + reader.atr_size);
 }
 
-SResult CSession::Open()
+SResult CSession::Open(DWORD dwShare)
 {
     m_call.Await(PINDESK_DETAIL_WAITING_FOR_PROGRAM, m_reader.is_in_use != 0 ? HELD : STUCK);
     m_turn.emplace(m_call, m_reader.name);
@@ -55,7 +55,7 @@ SResult CSession::Open()
     SCARDHANDLE hCard = 0;
     DWORD dwProtocol = 0;
     const LONG lConnected =
-        SCardConnect(m_service.Handle(), m_reader.name, SCARD_SHARE_SHARED,
+        SCardConnect(m_service.Handle(), m_reader.name, dwShare,
                      SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1, &hCard, &dwProtocol);
     if (lConnected != SCARD_S_SUCCESS) {
         return ResultOfPcsc(lConnected);

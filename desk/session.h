@@ -45,7 +45,8 @@ public:
     CSession& operator=(const CSession&) = delete;
 
     /// Takes the reader's turn, connects and begins the transaction. 0 exchanges.
-    SResult Open();
+    /// \param dwShare  SCARD_SHARE_EXCLUSIVE fails while another program has a connection.
+    SResult Open(DWORD dwShare);
     /// Reads the serial number. 4 exchanges.
     /// \param lCode  receives the code of CNS_GetSerial.
     SResult ReadIdentity(long& lCode);

@@ -53,10 +53,11 @@ typedef enum pindesk_outcome {
     PINDESK_WRONG_SECRET = 3, /**< the card judged the value, and took a try away */
     PINDESK_BLOCKED = 4,      /**< the secret is blocked: before, or by this try */
     PINDESK_NO_READER = 5,    /**< no reader, or no such reader */
-    PINDESK_NO_CARD = 6,      /**< no card, a mute card, or one that was removed in time */
-    PINDESK_IN_USE = 7,       /**< another program holds the card or the reader */
-    PINDESK_NO_SERVICE = 8,   /**< the PC/SC service does not run, answer, or allow this session */
-    PINDESK_OTHER_CARD = 9,   /**< the serial number is not the expected one */
+    PINDESK_NO_CARD = 6, /**< no card, a mute card, or one that was lost; nothing was changed, and
+                                   no try is gone */
+    PINDESK_IN_USE = 7,  /**< another program holds the card or the reader */
+    PINDESK_NO_SERVICE = 8, /**< the PC/SC service does not run, answer, or allow this session */
+    PINDESK_OTHER_CARD = 9, /**< the serial number is not the expected one */
     PINDESK_SECURE_MESSAGING_REFUSED = 10,
     PINDESK_CARD_REFUSED = 11,    /**< the card refused a command, or lacks what is asked for */
     PINDESK_OUTCOME_UNKNOWN = 12, /**< an answer was lost, and the card could not be asked */
@@ -233,7 +234,8 @@ enum {
     PINDESK_KEEP_VERIFIED = 1 << 2,       /**< leave the card verified for every program */
     PINDESK_NO_SECURE_MESSAGING = 1 << 3, /**< signature secrets travel in clear */
     PINDESK_USE_ADMIN_KEY =
-        1 << 4 /**< lock authenticates also without a key given: the library's */
+        1 << 4,                  /**< lock authenticates also without a key given: the library's */
+    PINDESK_RESET_FIRST = 1 << 5 /**< pindesk_status: see there */
 };
 
 /** What else a report has to tell; combined with |. */
@@ -241,8 +243,9 @@ enum {
     PINDESK_NOTE_ANSWER_LOST = 1 << 0,   /**< an answer was lost; the card was asked what holds */
     PINDESK_NOTE_STARTED_AGAIN = 1 << 1, /**< after another program's reset; no secret had left */
     PINDESK_NOTE_LEFT_VERIFIED = 1 << 2, /**< the secret stays verified for other programs */
-    PINDESK_NOTE_ADMIN_KEY_BLOCKED = 1 << 3, /**< for good, by this call */
-    PINDESK_NOTE_SERIAL_NOT_CHECKED = 1 << 4 /**< the card has none: it is held to by its ATR */
+    PINDESK_NOTE_ADMIN_KEY_BLOCKED = 1 << 3,  /**< for good, by this call */
+    PINDESK_NOTE_SERIAL_NOT_CHECKED = 1 << 4, /**< the card has none: it is held to by its ATR */
+    PINDESK_NOTE_ANY_CHARACTERS = 1 << 5      /**< the call was made with PINDESK_ANY_CHARACTERS */
 };
 
 /** A value in the caller's memory. It is not changed, and not kept beyond the call. */
@@ -255,7 +258,7 @@ typedef struct pindesk_bytes {
 #define PINDESK_SERIAL_SIZE 17       /**< 16 characters and a NUL */
 #define PINDESK_READER_NAME_SIZE 128 /**< with its NUL, as pcsc-lite has it */
 #define PINDESK_ATR_SIZE 33
-#define PINDESK_NO_CODE 1 /**< of a report in which no operation ended with a result code */
+#define PINDESK_NO_CODE 1 /**< of a report for which the exported operations have no result code */
 #define PINDESK_FOREVER (-1)
 
 /** What became of a call: numbers only. pindesk_text and pindesk_advice put it into words. */
@@ -437,7 +440,11 @@ PINDESK_API pindesk_outcome pindesk_identify(pindesk_desk* desk, const pindesk_o
                                              pindesk_card* card, pindesk_report* report);
 
 /** Visits the four secrets in their order. 9 exchanges: 4 for the serial number, a selection, and one
- *  question a secret. */
+ *  question a secret.
+ *  With PINDESK_RESET_FIRST the card is reset before it is asked, so that a secret which some program
+ *  has verified tells its tries again; no other program may have a connection to it. 4 exchanges more.
+ *  \return as pindesk_find; also PINDESK_IN_USE where another program has a connection to a card that
+ *          is to be reset. */
 PINDESK_API pindesk_outcome pindesk_status(pindesk_desk* desk, const pindesk_options* options,
                                            pindesk_status_visitor visitor, void* context,
                                            pindesk_report* report);
@@ -591,6 +598,8 @@ PINDESK_API size_t pindesk_kind_text(pindesk_kind kind, const char* language, ch
 PINDESK_API size_t pindesk_code_text(int32_t code, const char* language, char* buffer, size_t size);
 PINDESK_API size_t pindesk_code_advice(int32_t code, const char* language, char* buffer,
                                        size_t size);
+/** What the advice names; PINDESK_NEXT_NOTHING for an unknown code. */
+PINDESK_API pindesk_next pindesk_code_next(int32_t code);
 /** The outcome that a result code of the exported operations stands for. */
 PINDESK_API pindesk_outcome pindesk_code_outcome(int32_t code);
 /** What an outcome means, and so an exit status of the tool. */

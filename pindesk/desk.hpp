@@ -235,7 +235,8 @@ private:
                flag(how.any_characters, PINDESK_ANY_CHARACTERS) |
                flag(how.keep_verified, PINDESK_KEEP_VERIFIED) |
                flag(how.no_secure_messaging, PINDESK_NO_SECURE_MESSAGING) |
-               flag(how.use_admin_key, PINDESK_USE_ADMIN_KEY);
+               flag(how.use_admin_key, PINDESK_USE_ADMIN_KEY) |
+               flag(how.reset_first, PINDESK_RESET_FIRST);
     }
 
     /// Makes a call of desk.h with its options and its report.

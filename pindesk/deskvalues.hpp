@@ -178,6 +178,7 @@ struct options {
     bool keep_verified = false;       ///< leave the card verified for every program
     bool no_secure_messaging = false; ///< signature secrets travel in clear
     bool use_admin_key = false;       ///< lock authenticates also without a key given
+    bool reset_first = false;         ///< status resets a card that no other program uses
     /// Called each second from the third on, with what is waited for. It must not throw.
     std::function<void(const report& so_far)> waiting{};
 };

@@ -68,6 +68,11 @@ inline std::string code_advice(int code, const std::string& language = {})
 {
     return details::text_of(pindesk_code_advice, code, language);
 }
+/// What the advice names.
+inline next code_next(int code)
+{
+    return static_cast<next>(pindesk_code_next(code));
+}
 inline outcome code_outcome(int code)
 {
     return static_cast<outcome>(pindesk_code_outcome(code));

@@ -22,6 +22,7 @@ constexpr FlagRow FLAGS[] = {
     {&Options::takesAny, PINDESK_ANY_CHARACTERS},
     {&Options::keepsVerified, PINDESK_KEEP_VERIFIED},
     {&Options::isPlain, PINDESK_NO_SECURE_MESSAGING},
+    {&Options::resetsFirst, PINDESK_RESET_FIRST},
 };
 
 const char* OrNull(const std::string& text)
@@ -88,6 +89,9 @@ void CClient::Waiting(const pindesk_report* soFar, void* context)
 void CClient::Fail(const pindesk_report& report)
 {
     Outcome outcome = OutcomeOf(report);
+    if (report.next == PINDESK_NEXT_INSERT_CARD && m_call.wait_ms != 0) { // that was done
+        outcome.advice = Say("Insert the card, then try again.");
+    }
     const bool isChoice =
         report.next == PINDESK_NEXT_CHOOSE_READER || report.outcome == PINDESK_NO_READER;
     std::vector<pindesk_reader> readers;

@@ -25,7 +25,8 @@ struct Options {
     std::vector<std::string> settings; ///< NAME=VALUE
     bool isJson = false, isQuiet = false, isHelp = false, isVersion = false, isWatch = false;
     bool isPlain = false; ///< no secure messaging
-    bool isConfirmed = false, mayUseLastTry = false, keepsVerified = false, takesAny = false;
+    bool isConfirmed = false, mayUseLastTry = false, keepsVerified = false, takesAny = false,
+         resetsFirst = false;
 
     std::int32_t slot = 0;                  ///< 0: any
     std::int32_t waitMs = 0, timeoutMs = 0; ///< as the desk takes them
@@ -49,6 +50,7 @@ enum Group : unsigned {
     FAMILY = 1U << 10,
     WATCH = 1U << 11,
     DOCTOR = 1U << 12,
+    STATUS = 1U << 13,
 };
 
 struct OptionRow {

@@ -50,6 +50,8 @@ constexpr OptionRow ROWS[] = {
      Msg("Authenticate with this administration key, and block it for good"),
      &Options::adminKeyFile, nullptr},
     Flag("--yes", LOCK, Msg("Do not ask for the word lock"), &Options::isConfirmed),
+    Flag("--reset", STATUS, Msg("Reset the card first, unless another program uses it"),
+         &Options::resetsFirst),
     Flag("--watch", WATCH, Msg("Print a line a change, until --wait=SECONDS are over"),
          &Options::isWatch),
     {"--bundle", "FILE", DOCTOR, Msg("Write what a help desk needs into FILE, without secrets"),

@@ -35,17 +35,6 @@ constexpr Step STEPS[] = {
     {PINDESK_NEXT_IDENTIFY, "pindesk identify"},
 };
 
-std::string WithCommand(std::string advice, pindesk_next next)
-{
-    const auto* const step = std::find_if(std::begin(STEPS), std::end(STEPS),
-                                          [next](const Step& row) { return row.next == next; });
-    if (step == std::end(STEPS) || !advice.ends_with('.')) {
-        return advice;
-    }
-    advice.back() = ':';
-    return advice + " " + Say(step->command);
-}
-
 Value Name(const char* name, bool isKnown)
 {
     return isKnown ? Value(std::string(name)) : Value();
@@ -76,7 +65,7 @@ Row FieldsOf(const pindesk_report& report)
         {"target", pindesk_secret_name(report.target)},
         {"in_force", Name(pindesk_in_force_name(report.in_force),
                           report.in_force != PINDESK_IN_FORCE_NOT_CONCERNED)},
-        {"state", pindesk_state_name(report.state)},
+        {"state", StateName(report.state)},
         {"weakness",
          Name(pindesk_weakness_name(report.weakness), report.weakness != PINDESK_WEAKNESS_NONE)},
         {"answer_lost", (report.notes & PINDESK_NOTE_ANSWER_LOST) != 0},
@@ -107,6 +96,30 @@ Outcome OutcomeOf(const pindesk_report& report)
     }
     outcome.fields = FieldsOf(report);
     return outcome;
+}
+
+std::string WithCommand(std::string advice, pindesk_next next)
+{
+    const auto* const step = std::find_if(std::begin(STEPS), std::end(STEPS),
+                                          [next](const Step& row) { return row.next == next; });
+    if (step == std::end(STEPS) || !advice.ends_with('.')) {
+        return advice;
+    }
+    advice.back() = ':';
+    return advice + " " + Say(step->command);
+}
+
+// Scripts have known these two before the desk told more; the tries tell which try is the last.
+std::string StateName(pindesk_state state)
+{
+    switch (state) {
+    case PINDESK_STATE_LAST_TRY:
+        return pindesk_state_name(PINDESK_STATE_READY);
+    case PINDESK_STATE_NOT_TOLD:
+        return "unknown";
+    default:
+        return pindesk_state_name(state);
+    }
 }
 
 void RefuseUsage(const std::string& message, const std::string& advice)

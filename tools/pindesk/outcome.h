@@ -61,6 +61,12 @@ private:
     Outcome m_outcome;
 };
 
+/// An advice, with the command that does what it says, where there is one.
+std::string WithCommand(std::string advice, pindesk_next next);
+
+/// A state by its name for scripts.
+std::string StateName(pindesk_state state);
+
 [[noreturn]] void RefuseUsage(const std::string& message, const std::string& advice = {});
 
 /// A message, and that nothing was sent to the card.

@@ -8,7 +8,6 @@
 #include "outcome.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,7 +19,7 @@ CPrivateFile::CPrivateFile(const std::string& path)
 {
     if (m_fd < 0) {
         Refuse(Say("The file {path} cannot be opened: {reason}.",
-                   {{"path", path}, {"reason", std::strerror(errno)}}));
+                   {{"path", path}, {"reason", desk::ReasonText(Language(), errno)}}));
     }
     try {
         CheckOwner(path);

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -92,9 +91,10 @@ Outcome WriteBundle(const Options& options)
         return pindesk_bundle(desk, call, CBundleFile::Write, &file, report);
     });
     if (!file.Close()) {
-        throw CFailure(PINDESK_INTERNAL_ERROR,
-                       Say("The file {path} cannot be written: {reason}.",
-                           {{"path", options.bundle}, {"reason", std::strerror(errno)}}));
+        throw CFailure(
+            PINDESK_INTERNAL_ERROR,
+            Say("The file {path} cannot be written: {reason}.",
+                {{"path", options.bundle}, {"reason", desk::ReasonText(Language(), errno)}}));
     }
     Outcome outcome;
     outcome.message = Say("Written to {path}. It holds no secret; read it before you pass it on.",

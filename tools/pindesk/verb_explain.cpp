@@ -68,8 +68,9 @@ Outcome ExplainExitStatus(pindesk_outcome status)
 Outcome ExplainResultCode(std::int32_t code, const std::string& text)
 {
     const pindesk_outcome stands = pindesk_code_outcome(code);
-    Outcome outcome = Explained(std::to_string(code), InWords(pindesk_code_text, code),
-                                InWords(pindesk_code_advice, code));
+    Outcome outcome =
+        Explained(std::to_string(code), InWords(pindesk_code_text, code),
+                  WithCommand(InWords(pindesk_code_advice, code), pindesk_code_next(code)));
     outcome.code = code;
     outcome.fields.push_back({"exit_status_of_code", long{stands}});
     const std::optional<pindesk_outcome> status = ToExitStatus(text);

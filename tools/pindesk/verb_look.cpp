@@ -18,6 +18,8 @@ namespace {
 
 using desk::Msg;
 
+constexpr long NO_READER_CODE = -2; // with which the library's list ends that has none
+
 struct Watching {
     const Options& options;
     bool isHeard;
@@ -113,6 +115,7 @@ Outcome ShowReaders(const Options& options)
     AddReaders(readers, outcome);
     if (readers.empty()) {
         outcome.status = PINDESK_NO_READER;
+        outcome.code = NO_READER_CODE;
         outcome.message = Say("There is no card reader.");
         outcome.advice = Say("Connect one. Why one is not seen: pindesk doctor");
     }
@@ -143,7 +146,7 @@ Outcome ShowStatus(const Options& options)
     for (const pindesk_secret_status& status : states) {
         rows.push_back(
             {{"name", pindesk_secret_name(status.secret)},
-             {"state", pindesk_state_name(status.state)},
+             {"state", StateName(status.state)},
              {"tries_left", status.tries_left < 0 ? Value() : Value(long{status.tries_left})},
              {"status_word",
               status.status_word < 0
@@ -154,6 +157,12 @@ Outcome ShowStatus(const Options& options)
                       {"reader", std::string(report.reader)},
                       {"serial", std::string(report.serial)},
                       {"secrets", rows}};
+    if (std::any_of(states.begin(), states.end(), [](const pindesk_secret_status& status) {
+            return status.state == PINDESK_STATE_VERIFIED;
+        })) {
+        outcome.message = Say("A secret that is verified does not tell its tries.");
+        outcome.advice = Say("Once no other program uses the card: pindesk status --reset");
+    }
     return outcome;
 }
 
@@ -177,13 +186,12 @@ Outcome IdentifyCard(const Options& options)
     CClient client(options);
     Outcome outcome;
     const pindesk_card card = Card(client, pindesk_identify, outcome);
-    const std::string layout = InWords(pindesk_layout_text, card.layout);
     const bool isKnown = card.reader.kind != PINDESK_KIND_UNKNOWN;
-    const std::string kind = InWords(pindesk_kind_text, card.reader.kind);
     const std::string atr = AtrText(card.reader);
     const std::pair<std::string, std::string> LINES[] = {
-        {Say("layout"), std::to_string(card.layout) + ": " + layout},
-        {Say("kind"), kind},
+        {Say("layout"),
+         std::to_string(card.layout) + ": " + InWords(pindesk_layout_text, card.layout)},
+        {Say("kind"), InWords(pindesk_kind_text, card.reader.kind)},
         {Say("chip"), *card.chip == '\0' ? Say("not known") : std::string(card.chip)},
         {Say("protocols"), Protocols(card)},
         {Say("speed"), Speed(card)},
@@ -195,9 +203,9 @@ Outcome IdentifyCard(const Options& options)
     }
     const Row ofCard = {
         {"layout", long{card.layout}},
-        {"layout_text", layout},
+        {"layout_text", InEnglish(pindesk_layout_text, card.layout)},
         {"atr", atr},
-        {"atr_match", isKnown ? Value(kind) : Value()},
+        {"atr_match", isKnown ? Value(InEnglish(pindesk_kind_text, card.reader.kind)) : Value()},
         {"kind", std::string(pindesk_kind_name(card.reader.kind))},
         {"chip", *card.chip == '\0' ? Value() : Value(std::string(card.chip))},
         {"protocols", Protocols(card)},

@@ -25,7 +25,7 @@ constexpr Verb ROWS[] = {
      "pindesk readers --watch", ShowReaders},
     {"serial", Msg("Print the card's serial number"), nullptr, LOOK, "pindesk serial --wait=30",
      ShowSerial},
-    {"status", Msg("Tell the tries left of the four secrets"), nullptr, LOOK,
+    {"status", Msg("Tell the tries left of the four secrets"), nullptr, LOOK | STATUS,
      "pindesk status --json", ShowStatus},
     {"limits", Msg("Tell the permitted lengths of the four secrets"), nullptr, 0, "pindesk limits",
      ShowLimits},

@@ -26,6 +26,7 @@ public final class Options implements Target {
     static final int KEEP_VERIFIED = 1 << 2;
     static final int NO_SECURE_MESSAGING = 1 << 3;
     static final int USE_ADMIN_KEY = 1 << 4;
+    static final int RESET_FIRST = 1 << 5;
 
     private String reader;
     private int slot;
@@ -145,6 +146,14 @@ public final class Options implements Target {
      * @return options that do so
      */
     public Options useAdminKey() { return withFlag(USE_ADMIN_KEY); }
+
+    /**
+     * Lets {@link Desk#status} reset the card first, unless another program uses it: secrets that
+     * were verified tell their tries again.
+     *
+     * @return options that do so
+     */
+    public Options resetFirst() { return withFlag(RESET_FIRST); }
 
     /**
      * Gives the key for secure messaging, for the calls with these options.

@@ -18,7 +18,7 @@ public enum Outcome implements Numbered {
     BLOCKED(4),
     /** No reader, or no such reader. */
     NO_READER(5),
-    /** No card, a mute card, or one that was removed in time. */
+    /** No card, a mute card, or one that was lost; nothing was changed, and no try is gone. */
     NO_CARD(6),
     /** Another program holds the card or the reader. */
     IN_USE(7),
