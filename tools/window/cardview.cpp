@@ -50,34 +50,35 @@ CCardView::CCardView(const SCard& card)
     pGrid->addWidget(Plain(Phrase("On it: {applications}",
                                   {{"applications", LayoutOf(card.card).toStdString()}})),
                      2, 0, 1, -1);
-    pGrid->setRowMinimumHeight(3, 2 * fontMetrics().height());
     for (const pindesk::secret_status& status : card.secrets) {
         AddSecret(*pGrid, card, status.secret);
     }
-    pGrid->setColumnStretch(2, 1);
+    pGrid->setColumnStretch(1, 1);
     pGrid->setRowStretch(pGrid->rowCount(), 1);
 }
 
+/// Its name, below that its state, and the buttons beside both.
 void CCardView::AddSecret(QGridLayout& grid, const SCard& card, pindesk::secret eSecret)
 {
     const pindesk::secret_status& status = card.StatusOf(eSecret);
-    const int iRow = grid.rowCount();
+    const int iRow = grid.rowCount() + 1;
+    grid.setRowMinimumHeight(iRow - 1, fontMetrics().height() / 2);
     auto* const pTitle = Plain(NameOf(eSecret), 1.1);
     pTitle->setWordWrap(false);
-    grid.addWidget(pTitle, iRow, 0);
-    grid.addWidget(new CTriesDots(status, NameOf(status)), iRow, 1);
+    grid.addWidget(pTitle, iRow, 0, 1, 2);
+    grid.addWidget(new CTriesDots(status, NameOf(status)), iRow + 1, 0);
     auto* const pState = Plain(NameOf(status));
     pState->setObjectName("state " + QString::fromUtf8(pindesk::name(eSecret)));
     pState->setAccessibleName(NameOf(eSecret) + ": " + NameOf(status));
-    grid.addWidget(pState, iRow, 2);
-    int iColumn = 3;
+    grid.addWidget(pState, iRow + 1, 1);
+    int iColumn = 2;
     for (const STask& task : TasksFor(card, eSecret)) {
         auto* const pButton = new QPushButton(task.Verb());
         pButton->setObjectName(QString::number(static_cast<int>(task.eOperation)) + " " +
                                QString::fromUtf8(pindesk::name(eSecret)));
         pButton->setAccessibleName(task.Title());
         connect(pButton, &QPushButton::clicked, this, [this, task] { Q_EMIT Asked(task); });
-        grid.addWidget(pButton, iRow, iColumn++);
+        grid.addWidget(pButton, iRow, iColumn++, 2, 1);
     }
 }
 

@@ -19,7 +19,7 @@ namespace window {
 
 namespace {
 
-constexpr int WIDTH = 57, HEIGHT = 20; // in heights of a letter
+constexpr int WIDTH = 54, HEIGHT = 26; // in heights of a letter
 constexpr int MOST_LOOKS = 32;         // at a time, each perhaps held up by another program
 
 struct SLanguage {

@@ -4,8 +4,8 @@
 
 #include "tools/window/words.h"
 
+#include <QBoxLayout>
 #include <QCheckBox>
-#include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 
@@ -48,8 +48,7 @@ pindesk::report Judge(pindesk::secret eSecret, bool bNew, const CValue& value)
 
 CTaskForm::CTaskForm(const STask& task, const SCard& card) : m_task(task)
 {
-    auto* const pForm = new QFormLayout(this);
-    pForm->setRowWrapPolicy(QFormLayout::WrapAllRows); // names of secrets are long
+    auto* const pForm = new QVBoxLayout(this);
     if (const auto ePresented = task.Presented()) {
         AddPresented(*pForm, card.StatusOf(*ePresented));
         setFocusProxy(m_pPresented);
@@ -64,22 +63,23 @@ CTaskForm::CTaskForm(const STask& task, const SCard& card) : m_task(task)
     m_pHint->setObjectName("hint");
     m_pHint->setMinimumHeight(2 * fontMetrics().lineSpacing());
     m_pHint->setAlignment(Qt::AlignTop);
-    pForm->addRow(m_pHint);
+    pForm->addWidget(m_pHint, 1);
     Check();
 }
 
-CSecretField* CTaskForm::AddField(QFormLayout& form, const QString& strName, const char* szId)
+CSecretField* CTaskForm::AddField(QVBoxLayout& form, const QString& strName, const char* szId)
 {
     auto* const pField = new CSecretField(strName);
     pField->setObjectName(szId);
-    form.addRow(Paragraph(strName), pField);
+    form.addWidget(Paragraph(strName));
+    form.addWidget(pField);
     connect(pField, &CSecretField::Typed, this, &CTaskForm::Check);
     return pField;
 }
 
-void CTaskForm::AddPresented(QFormLayout& form, const pindesk::secret_status& status)
+void CTaskForm::AddPresented(QVBoxLayout& form, const pindesk::secret_status& status)
 {
-    form.addRow(Paragraph(Cost(status)));
+    form.addWidget(Paragraph(Cost(status)));
     const QString strTitle = NameOf(status.secret);
     const bool bOld = m_task.eOperation == pindesk::operation::change;
     m_pPresented = AddField(
@@ -88,31 +88,32 @@ void CTaskForm::AddPresented(QFormLayout& form, const pindesk::secret_status& st
     if (status.state == pindesk::state::last_try) {
         m_pLastTry = new QCheckBox(Phrase("I am sure of the value: use the last try"));
         m_pLastTry->setObjectName("last try");
-        form.addRow(m_pLastTry);
+        form.addWidget(m_pLastTry);
         connect(m_pLastTry, &QCheckBox::toggled, this, &CTaskForm::Check);
     }
 }
 
-void CTaskForm::AddFresh(QFormLayout& form)
+void CTaskForm::AddFresh(QVBoxLayout& form)
 {
     const std::string strTitle = pindesk::text(m_task.eTarget, Language());
     if (m_task.eOperation == pindesk::operation::reactivate) {
-        form.addRow(Paragraph(Phrase("Leave the new value empty to keep the one that it had.")));
+        form.addWidget(Paragraph(Phrase("Leave the new value empty to keep the one that it had.")));
     }
     m_pFresh = AddField(form, Phrase("New {secret}", {{"secret", strTitle}}), "fresh");
     m_pAgain = AddField(form, Phrase("New {secret}, once more", {{"secret", strTitle}}), "again");
 }
 
-void CTaskForm::AddWord(QFormLayout& form)
+void CTaskForm::AddWord(QVBoxLayout& form)
 {
-    form.addRow(Paragraph(Phrase(
+    form.addWidget(Paragraph(Phrase(
         "A locked signature PIN signs nothing until its PUK brings it back. The access conditions "
         "of the signature application become tighter for good.")));
     m_pWord = new QLineEdit;
     m_pWord->setObjectName("word");
     const QString strAsk = Phrase("Type {word} to go on", {{"word", Phrase("lock").toStdString()}});
     m_pWord->setAccessibleName(strAsk);
-    form.addRow(Paragraph(strAsk), m_pWord);
+    form.addWidget(Paragraph(strAsk));
+    form.addWidget(m_pWord);
     connect(m_pWord, &QLineEdit::textChanged, this, &CTaskForm::Check);
 }
 

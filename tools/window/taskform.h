@@ -10,9 +10,9 @@
 #include "tools/window/task.h"
 
 class QCheckBox;
-class QFormLayout;
 class QLabel;
 class QLineEdit;
+class QVBoxLayout;
 
 namespace window {
 
@@ -32,10 +32,10 @@ Q_SIGNALS:
     void Edited();
 
 private:
-    void AddPresented(QFormLayout& form, const pindesk::secret_status& status);
-    void AddFresh(QFormLayout& form);
-    void AddWord(QFormLayout& form);
-    CSecretField* AddField(QFormLayout& form, const QString& strName, const char* szId);
+    void AddPresented(QVBoxLayout& form, const pindesk::secret_status& status);
+    void AddFresh(QVBoxLayout& form);
+    void AddWord(QVBoxLayout& form);
+    CSecretField* AddField(QVBoxLayout& form, const QString& strName, const char* szId);
     void Check();
     QString Problem() const;
     QString ProblemOfFresh() const;
