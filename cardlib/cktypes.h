@@ -8,6 +8,7 @@
 
 #include <winscard.h>
 
+#ifndef _PKCS11T_H_ // the guard of the standard's header: a host that has it brings the same types
 typedef unsigned char CK_BYTE;
 typedef unsigned char CK_BBOOL;
 typedef unsigned long CK_ULONG;
@@ -23,5 +24,6 @@ struct CK_ATTRIBUTE {
     CK_ULONG ulValueLen;    ///< bytes at pValue
 };
 typedef CK_ATTRIBUTE* CK_ATTRIBUTE_PTR;
+#endif
 
 #endif
