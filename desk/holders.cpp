@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +17,7 @@
 #include <linux/sock_diag.h>
 #include <linux/unix_diag.h>
 #include <set>
+#include <string>
 #include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -46,7 +46,7 @@ public:
     CSocketDiagnosis& operator=(const CSocketDiagnosis&) = delete;
 
     /// The inodes of the sockets that are connected to the service's.
-    std::set<std::uint32_t> ServicePeers() const
+    std::set<std::string> ServicePeers() const
     {
         struct {
             nlmsghdr header;
@@ -58,7 +58,7 @@ public:
         message.request.sdiag_family = AF_UNIX;
         message.request.udiag_states = ~0U;
         message.request.udiag_show = UDIAG_SHOW_NAME | UDIAG_SHOW_PEER;
-        std::set<std::uint32_t> peers;
+        std::set<std::string> peers;
         if (m_fd < 0 || send(m_fd, &message, sizeof message, 0) < 0) {
             return peers;
         }
@@ -69,7 +69,7 @@ public:
 
 private:
     /// \return whether more is to come.
-    bool Receive(std::set<std::uint32_t>& peers) const
+    bool Receive(std::set<std::string>& peers) const
     {
         alignas(nlmsghdr) std::array<char, 32768> buffer;
         const ssize_t cbReceived = recv(m_fd, buffer.data(), buffer.size(), 0);
@@ -87,7 +87,7 @@ private:
         return true;
     }
 
-    static void AddPeer(const nlmsghdr& header, std::set<std::uint32_t>& peers)
+    static void AddPeer(const nlmsghdr& header, std::set<std::string>& peers)
     {
         const auto* const pSocket = static_cast<const unix_diag_msg*>(NLMSG_DATA(&header));
         auto cb = static_cast<unsigned>(header.nlmsg_len - NLMSG_LENGTH(sizeof *pSocket));
@@ -104,7 +104,7 @@ private:
             }
         }
         if (bService && ulPeer != 0) {
-            peers.insert(ulPeer);
+            peers.insert("socket:[" + std::to_string(ulPeer) + "]"); // as /proc names it
         }
     }
 
@@ -113,15 +113,13 @@ private:
 
 #pragma GCC diagnostic pop
 
-bool HasSocket(const fs::path& process, const std::set<std::uint32_t>& inodes)
+bool HasSocket(const fs::path& process, const std::set<std::string>& sockets)
 {
     std::error_code error;
     for (fs::directory_iterator fd(process / "fd", error), end; !error && fd != end;
          fd.increment(error)) {
         std::error_code gone;
-        const std::string strTarget = fs::read_symlink(fd->path(), gone).string();
-        unsigned inode = 0;
-        if (std::sscanf(strTarget.c_str(), "socket:[%u]", &inode) == 1 && inodes.contains(inode)) {
+        if (sockets.contains(fs::read_symlink(fd->path(), gone).string())) {
             return true;
         }
     }
@@ -132,7 +130,7 @@ bool HasSocket(const fs::path& process, const std::set<std::uint32_t>& inodes)
 
 std::vector<std::string> ProgramsAtTheService()
 {
-    const std::set<std::uint32_t> peers = CSocketDiagnosis().ServicePeers();
+    const std::set<std::string> peers = CSocketDiagnosis().ServicePeers();
     std::set<std::string> names;
     std::error_code error;
     for (fs::directory_iterator process("/proc", error), end;

@@ -6,14 +6,17 @@
 #include "cardlib/sm_sig_enc.h"
 
 #include "cardlib/crypt.h"
+#include "cardlib/crypto/descore.h"
+#include "cardlib/crypto/padding.h"
 #include "cardlib/crypto/smxc.h"
 
 #include <algorithm>
 #include <array>
 
+using descore::BLOCK;
+
 namespace {
 
-constexpr unsigned long BLOCK = 8;
 constexpr unsigned long MAC = 8;
 constexpr unsigned long HEADER = 5; // CLA INS P1 P2 Lc
 constexpr unsigned long MAX_LC = 255;
@@ -22,13 +25,12 @@ constexpr unsigned long MAX_OBJECT = TAG_AND_LENGTH + 255;
 
 constexpr unsigned char CLA_PROTECTED = 0x0C; // secure messaging, header authenticated
 constexpr unsigned char ISO_PADDING = 0x01;   // padding indicator of a cryptogram
-constexpr unsigned char PAD_START = 0x80;
 
-namespace tag { // secure-messaging objects; an odd tag says that the MAC covers the object
+namespace object { // secure-messaging objects; an odd tag says that the MAC covers the object
 constexpr unsigned char PLAIN = 0x80, PLAIN_SIGNED = 0x81;
 constexpr unsigned char CRYPTOGRAM = 0x86, CRYPTOGRAM_SIGNED = 0x87;
 constexpr unsigned char CHECKSUM = 0x8E;
-} // namespace tag
+} // namespace object
 
 constexpr unsigned long RoundUp(unsigned long cb)
 {
@@ -205,7 +207,7 @@ std::size_t smxc::Seal(const SMaterial& material, const unsigned char* pData, st
     // On purpose, as the card wants it: the class sent is 0C, the one authenticated the caller's.
     unsigned char* const pCryptogram =
         AppendHeader(sealed.data(), CLA_PROTECTED, material.ins, material.p1, material.p2, cbLc);
-    const unsigned char opening[] = {tag::CRYPTOGRAM_SIGNED, Byte(1 + cbCipher), ISO_PADDING};
+    const unsigned char opening[] = {object::CRYPTOGRAM_SIGNED, Byte(1 + cbCipher), ISO_PADDING};
     unsigned char* const pCipher = Append(pCryptogram, opening, sizeof opening);
     *Append(pCipher, pData, cbData) = PAD_START;
     doencrypt(material.pKeyEnc, pCipher, cbCipher, 0);
@@ -217,7 +219,7 @@ std::size_t smxc::Seal(const SMaterial& material, const unsigned char* pData, st
     input.AddHeader(material);
     input.PadHeader();
     input.AddPadded(pCryptogram, cbCryptogram);
-    const unsigned char checksum[] = {tag::CHECKSUM, MAC};
+    const unsigned char checksum[] = {object::CHECKSUM, MAC};
     input.ComputeMac(material.pKeySig, Append(pCipher + cbCipher, checksum, sizeof checksum));
     return HEADER + cbLc + 1; // ends with Le 00
 }
@@ -226,17 +228,18 @@ smxc::EOpened smxc::Open(const SMaterial& material, const CTlv& answer, CSecret<
                          unsigned long& cbPlain)
 {
     cbPlain = 0;
-    const CTlv cryptogram = FindEither(answer, tag::CRYPTOGRAM_SIGNED, tag::CRYPTOGRAM);
-    const CTlv clear = FindEither(answer, tag::PLAIN_SIGNED, tag::PLAIN);
+    const CTlv cryptogram = FindEither(answer, object::CRYPTOGRAM_SIGNED, object::CRYPTOGRAM);
+    const CTlv clear = FindEither(answer, object::PLAIN_SIGNED, object::PLAIN);
     if (!answer.IsChain() || (!cryptogram && !clear)) {
         return EOpened::NOT_PROTECTED;
     }
     // An answer without a checksum passes: the card may leave it out.
-    if (const CTlv checksum = answer.Find(tag::CHECKSUM); checksum) {
+    if (const CTlv checksum = answer.Find(object::CHECKSUM); checksum) {
         CMacInput input; // on purpose: the header is not padded here, unlike in a command
         input.Add(material.pRandom, BLOCK);
         input.AddHeader(material);
-        if (const CTlv covered = FindEither(answer, tag::CRYPTOGRAM_SIGNED, tag::PLAIN_SIGNED);
+        if (const CTlv covered =
+                FindEither(answer, object::CRYPTOGRAM_SIGNED, object::PLAIN_SIGNED);
             covered) {
             input.AddPadded(covered.Element().data(), covered.Element().size());
         }

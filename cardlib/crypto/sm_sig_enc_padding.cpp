@@ -6,6 +6,7 @@
 
 #include "cardlib/crypt.h"
 #include "cardlib/crypto/descore.h"
+#include "cardlib/crypto/padding.h"
 #include "cardlib/support/secret.h"
 
 #include <algorithm>
@@ -15,7 +16,6 @@ using descore::BLOCK;
 
 namespace {
 
-constexpr unsigned char PAD_START = 0x80;
 constexpr unsigned long NO_PADDING = 0xFFFFFFFF;
 
 /// Copies the data to a new zeroed buffer of cbPadded bytes. Empty if cbPadded has wrapped around.

@@ -72,10 +72,10 @@ long _M4_FileInfo_common::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
         return lResult;
     }
     CTlvBody body(pTlvData);
-    body.Header(tag::SIZE, 2).Word(size);
-    body.Header(tag::TYPE, 3).Byte(type).Byte(0).Byte(recordSize);
-    body.Header(tag::IDENTIFIER, 2).Word(fid);
-    body.Header(tag::PARAMETERS, 3).Byte(flags).Word(DF_Body_size);
+    body.Header(field::SIZE, 2).Word(size);
+    body.Header(field::TYPE, 3).Byte(type).Byte(0).Byte(recordSize);
+    body.Header(field::IDENTIFIER, 2).Word(fid);
+    body.Header(field::PARAMETERS, 3).Byte(flags).Word(DF_Body_size);
     *pulTlvDataSize = body.Size() + ulAccess;
     return GetTLV_Admin(body.End(), &ulAccess, 0);
 }
@@ -88,7 +88,7 @@ long _M4_FileInfo_common::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSi
         return lResult;
     }
     CTlvBody body(pTlvData);
-    body.Header(tag::ACCESS, ulLength)
+    body.Header(field::ACCESS, ulLength)
         .Fields(*this, FILE_ACCESS)
         .Repeat(0xFF, m_bAdditionalACPaddingFF);
     *pulTlvDataSize = body.Size();
@@ -146,7 +146,7 @@ long _M4_FileInfo_SM::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
         return lResult;
     }
     _M4_FileInfo_common::GetTLV(pTlvData, &ulCommon);
-    CTlvBody(pTlvData + ulCommon).Object(tag::SECURE_MESSAGING, *this, FILE_SM);
+    CTlvBody(pTlvData + ulCommon).Object(field::SECURE_MESSAGING, *this, FILE_SM);
     *pulTlvDataSize = ulCommon + SM_ENTRY;
     return 0;
 }
@@ -160,7 +160,7 @@ long _M4_FileInfo_SM::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, 
     }
     _M4_FileInfo_common::GetTLV_Admin(pTlvData, &ulAccess, 0);
     if (bUseSM) {
-        CTlvBody(pTlvData + ulAccess).Object(tag::SECURE_MESSAGING, *this, FILE_SM);
+        CTlvBody(pTlvData + ulAccess).Object(field::SECURE_MESSAGING, *this, FILE_SM);
     }
     *pulTlvDataSize = ulAccess + ulSm;
     return 0;

@@ -12,7 +12,7 @@ using namespace descriptor;
 
 namespace {
 
-constexpr CK_BYTE OPERATIONAL = 0x05; // life cycle status (ISO/IEC 7816-4)
+constexpr CK_BYTE ACTIVATED = 0x05; // life cycle status (ISO/IEC 7816-4)
 
 using BsoByte = CK_BYTE _M4_BSO_info::*;
 constexpr BsoByte BSO_IDENTIFIER[] = {&_M4_BSO_info::ObjectClass, &_M4_BSO_info::ObjectId};
@@ -75,11 +75,11 @@ long _M4_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
         return -1;
     }
     CTlvBody body(pTlvData);
-    body.Object(tag::IDENTIFIER, *this, BSO_IDENTIFIER)
-        .Object(tag::PARAMETERS, *this, BSO_PARAMETERS)
-        .Object(tag::ACCESS, *this, BSO_ACCESS)
-        .Object(tag::SECURE_MESSAGING, *this, BSO_SM)
-        .Header(tag::VALUE, ObjectDataLen)
+    body.Object(field::IDENTIFIER, *this, BSO_IDENTIFIER)
+        .Object(field::PARAMETERS, *this, BSO_PARAMETERS)
+        .Object(field::ACCESS, *this, BSO_ACCESS)
+        .Object(field::SECURE_MESSAGING, *this, BSO_SM)
+        .Header(field::VALUE, ObjectDataLen)
         .Bytes(pObjectData, ObjectDataLen);
     *pulTlvDataSize = body.Size();
     return 0;
@@ -92,9 +92,9 @@ long _M4_BSO_info::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_
         return lResult;
     }
     CTlvBody body(pTlvData);
-    body.Object(tag::IDENTIFIER, *this, BSO_IDENTIFIER).Object(tag::ACCESS, *this, BSO_ACCESS);
+    body.Object(field::IDENTIFIER, *this, BSO_IDENTIFIER).Object(field::ACCESS, *this, BSO_ACCESS);
     if (bUseSM) {
-        body.Object(tag::SECURE_MESSAGING, *this, BSO_SM);
+        body.Object(field::SECURE_MESSAGING, *this, BSO_SM);
     }
     *pulTlvDataSize = body.Size();
     return 0;
@@ -131,14 +131,14 @@ long _ZT34_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
         return -1;
     }
     CTlvBody body(pTlvData);
-    body.Object(tag::IDENTIFIER, *this, BSO_IDENTIFIER)
-        .Object(tag::PARAMETERS, *this, BSO_PARAMETERS)
-        .Object(tag::ACCESS, *this, ZT34_ACCESS)
-        .Object(tag::SECURE_MESSAGING, *this, BSO_SM)
-        .Header(tag::VALUE, ObjectDataLen)
+    body.Object(field::IDENTIFIER, *this, BSO_IDENTIFIER)
+        .Object(field::PARAMETERS, *this, BSO_PARAMETERS)
+        .Object(field::ACCESS, *this, ZT34_ACCESS)
+        .Object(field::SECURE_MESSAGING, *this, BSO_SM)
+        .Header(field::VALUE, ObjectDataLen)
         .Bytes(pObjectData, ObjectDataLen);
     if (bPinLike) {
-        body.Header(tag::LIFE_CYCLE, 1).Byte(OPERATIONAL);
+        body.Header(field::LIFE_CYCLE, 1).Byte(ACTIVATED);
     }
     *pulTlvDataSize = body.Size();
     return 0;
@@ -150,9 +150,9 @@ long _ZT34_BSO_info::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, C
         return lResult;
     }
     CTlvBody body(pTlvData);
-    body.Object(tag::IDENTIFIER, *this, BSO_IDENTIFIER).Object(tag::ACCESS, *this, ZT34_ACCESS);
+    body.Object(field::IDENTIFIER, *this, BSO_IDENTIFIER).Object(field::ACCESS, *this, ZT34_ACCESS);
     if (bUseSM) {
-        body.Object(tag::SECURE_MESSAGING, *this, BSO_SM);
+        body.Object(field::SECURE_MESSAGING, *this, BSO_SM);
     }
     *pulTlvDataSize = body.Size();
     return 0;

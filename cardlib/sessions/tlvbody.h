@@ -12,7 +12,7 @@
 
 namespace descriptor {
 
-namespace tag { // of the data objects in a descriptor's body
+namespace field { // of the data objects in a descriptor's body
 constexpr CK_BYTE SIZE = 0x81, TYPE = 0x82, IDENTIFIER = 0x83, PARAMETERS = 0x85, ACCESS = 0x86,
                   LIFE_CYCLE = 0x8A, SECURE_MESSAGING = 0x8B, VALUE = 0x8F;
 }

@@ -10,7 +10,7 @@
 namespace {
 const Bytes SIG = FromHex("0123456789ABCDEF 23456789ABCDEF01 456789ABCDEF0123");
 const Bytes ENC = FromHex("89ABCDEF01234567 AB0123456789CDEF CDEF0123456789AB");
-constexpr char VERIFY[] = "00 20 00 9A 08 31 32 33 34 35 FF FF FF";
+constexpr char PLAIN_VERIFY[] = "00 20 00 9A 08 31 32 33 34 35 FF FF FF";
 
 class M4Sm : public CSessionTest<CSCardCardOSM4> {
 protected:
@@ -39,8 +39,8 @@ protected:
 
 TEST_F(M4Sm, EveryCommandIsProtectedWithFreshRandoms)
 {
-    secure.Expect("with data", VERIFY, 0x9000);
-    EXPECT_EQ(0, Send(VERIFY));
+    secure.Expect("with data", PLAIN_VERIFY, 0x9000);
+    EXPECT_EQ(0, Send(PLAIN_VERIFY));
     EXPECT_EQ("90 00", m_answer);
     secure.Expect("five bytes: the last is Le", "00 B0 00 00 00",
                   [&] { return secure.Protect("A1 A2 A3"); });
@@ -57,14 +57,14 @@ TEST_F(M4Sm, ListNamesWhatIsProtectedButNeverTheRandoms)
     SetList({0x20, 0x84, 0x86});
     card.Step("plain", "00 B0 00 00 10", 0x6B00);
     EXPECT_EQ(0, Send("00 B0 00 00 10"));
-    secure.Expect("protected", VERIFY, 0x63C2);
-    EXPECT_EQ(0, Send(VERIFY));
+    secure.Expect("protected", PLAIN_VERIFY, 0x63C2);
+    EXPECT_EQ(0, Send(PLAIN_VERIFY));
     EXPECT_EQ("63 C2", m_answer);
     EXPECT_TRUE(Card().m_bUseSMxCMode);
 
     SetList({0xB0}); // replaces the list, keeps the keys
-    card.Step("plain", VERIFY, 0x9000);
-    EXPECT_EQ(0, Send(VERIFY));
+    card.Step("plain", PLAIN_VERIFY, 0x9000);
+    EXPECT_EQ(0, Send(PLAIN_VERIFY));
     secure.Expect("protected", "00 B0 00 00 00", 0x6982);
     EXPECT_EQ(0, Send("00 B0 00 00 10"));
 }
@@ -94,8 +94,8 @@ TEST_F(M4Sm, SwitchingOffWipesTheKeysAndSendsPlain)
     EXPECT_EQ(Bytes(24), Bytes(Card().m_Des3Key_SIG, Card().m_Des3Key_SIG + 24));
     EXPECT_EQ(Bytes(24), Bytes(Card().m_Des3Key_ENC, Card().m_Des3Key_ENC + 24));
     EXPECT_EQ(nullptr, Card().m_pbINSList);
-    card.Step("plain", VERIFY, 0x9000);
-    EXPECT_EQ(0, Send(VERIFY));
+    card.Step("plain", PLAIN_VERIFY, 0x9000);
+    EXPECT_EQ(0, Send(PLAIN_VERIFY));
     Card().SetSMxCMode(1, SIG.data(), ENC.data(), nullptr, 0); // the length of the list is stale
     secure.Expect("all again", "00 B0 00 00 00", 0x6982);
     EXPECT_EQ(0, Send("00 B0 00 00 10"));
@@ -104,12 +104,12 @@ TEST_F(M4Sm, SwitchingOffWipesTheKeysAndSendsPlain)
 TEST_F(M4Sm, WithoutRandomsTheCommandIsNotSent)
 {
     card.Step("no challenge", "00 84 00 00 08", 0x6D00);
-    EXPECT_EQ(0x6D00, Send(VERIFY));
+    EXPECT_EQ(0x6D00, Send(PLAIN_VERIFY));
     card.Step("long challenge", "00 84 00 00 08", "01 02 03 04 05 06 07 08 09 90 00");
-    EXPECT_EQ(-1, Send(VERIFY));
+    EXPECT_EQ(-1, Send(PLAIN_VERIFY));
     card.Step("challenge", "00 84 00 00 08", "01 02 03 04 05 06 07 08 90 00");
     card.Wildcard("random refused", 0x6985);
-    EXPECT_EQ(0x6985, Send(VERIFY));
+    EXPECT_EQ(0x6985, Send(PLAIN_VERIFY));
     EXPECT_TRUE(Card().m_bUseSMxCMode);
 }
 
@@ -163,8 +163,8 @@ TEST_F(M4Sm, AnswersAreOpenedOrHandedOverOrRefused)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.szWhat);
-        secure.Expect(row.szWhat, VERIFY, row.answer);
-        EXPECT_EQ(row.lResult, Send(VERIFY, row.cbRoom));
+        secure.Expect(row.szWhat, PLAIN_VERIFY, row.answer);
+        EXPECT_EQ(row.lResult, Send(PLAIN_VERIFY, row.cbRoom));
         EXPECT_EQ(row.szAnswer, m_answer);
     }
 }
@@ -179,8 +179,8 @@ TEST_F(M4Sm, OnlyOneAnswerOfTwoBytesIsASuccess)
         } else if (i >= 0) {
             answer = {static_cast<std::uint8_t>(i)};
         }
-        secure.Expect("short", VERIFY, [&] { return SAnswer(answer); });
-        const long lResult = Send(VERIFY);
+        secure.Expect("short", PLAIN_VERIFY, [&] { return SAnswer(answer); });
+        const long lResult = Send(PLAIN_VERIFY);
         ASSERT_EQ(i == 0x9000, lResult == 0 && m_answer == "90 00") << ToHex(answer);
     }
 }
@@ -192,12 +192,12 @@ TEST_F(M4Sm, AnAnswerWithOneWrongByteIsNeverOpened)
     for (std::size_t iByte = 0; iByte + 2 < whole.size(); ++iByte) { // up to the status word
         for (int iWrong = 1; iWrong <= 0xFF; ++iWrong) {
             Bytes answer;
-            secure.Expect("wrong byte", VERIFY, [&] {
+            secure.Expect("wrong byte", PLAIN_VERIFY, [&] {
                 answer = secure.Protect("A1 A2 A3");
                 answer[iByte] = static_cast<std::uint8_t>(answer[iByte] ^ iWrong);
                 return SAnswer(answer);
             });
-            const long lResult = Send(VERIFY);
+            const long lResult = Send(PLAIN_VERIFY);
             // refused, or handed over as it came, for the caller to see that it is not protected
             EXPECT_TRUE(lResult != 0 || m_answer == ToHex(answer))
                 << "byte " << iByte << ", " << iWrong << ": " << m_answer;

@@ -10,13 +10,13 @@ constexpr const char *ONE = "{n} try is left", *MANY = "{n} tries are left";
 
 TEST(Words, ATagChoosesALanguageAndNumbersTakeTheirPlural)
 {
-    struct Row {
+    struct SRow {
         const char* tag;
         unsigned long n;
         const char* text;
     };
     constexpr const char *SINGULAR = "{n} tentativo rimasto", *PLURAL = "{n} tentativi rimasti";
-    constexpr Row ROWS[] = {
+    constexpr SRow ROWS[] = {
         {"it", 1, SINGULAR},
         {"it", 0, PLURAL},
         {"it-IT", 2, PLURAL},
@@ -42,10 +42,10 @@ TEST(Words, ATagChoosesALanguageAndNumbersTakeTheirPlural)
 
 TEST(Words, GapsAreFilledWithNothingThatATerminalObeys)
 {
-    struct Row {
+    struct SRow {
         const char *text, *value, *filled;
     };
-    constexpr Row ROWS[] = {
+    constexpr SRow ROWS[] = {
         {"{a}, {b} and {a}", "{b}", "{b}, {b} and {b}"}, // and not filled again
         {"{a", "x", "{a"},
         {"{a}", "caff\xC3\xA8 \xE2\x82\xAC \xF0\x9F\x99\x82",

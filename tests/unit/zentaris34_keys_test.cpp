@@ -162,13 +162,15 @@ TEST_F(Zentaris34Keys, KeyIsLoadedThroughAFileWithTheCoefficientBeforeTheExponen
         Sweep(flow, {{"00 E4 00 00 02 FF 02", 0x9000}}, load);
 
         // a key file that stays is left without the key, and the caller hears of it
-        for (const auto& command : flow)
+        for (const auto& command : flow) {
             card.Step("flow", command.hex.c_str(), command.answer);
+        }
         card.Step("stays", "00 E4 00 00 02 FF 02", 0x6985);
         Flow zeros{{"00 A4 09 0C 02 FF 02 FF", 0x9000}};
         Pieces(zeros, 0xD6, Bytes(key.size()));
-        for (const auto& command : zeros)
+        for (const auto& command : zeros) {
             card.Step("zeros", command.hex.c_str(), command.answer);
+        }
         Card().m_bCurrentEFPhisicallySelected = 0;
         EXPECT_EQ(0x6985, load());
         EXPECT_FALSE(Card().m_Cache.isCached(Card().m_Current_EF_path, 0, 1));

@@ -15,7 +15,7 @@ namespace window {
 
 namespace {
 
-constexpr int WIDTH = 28; // of a dialog, in heights of its letters
+constexpr int DIALOG_WIDTH = 28; // of a dialog, in heights of its letters
 
 QString HeadingOf(pindesk::outcome eOutcome)
 {
@@ -43,7 +43,7 @@ CTaskDialog::CTaskDialog(const STask& task, const SCard& card, QWidget* pParent)
 {
     setWindowTitle(task.Title());
     setAttribute(Qt::WA_DeleteOnClose);
-    setMinimumWidth(WIDTH * fontMetrics().height());
+    setMinimumWidth(DIALOG_WIDTH * fontMetrics().height());
     auto* const pButtons = new QHBoxLayout;
     pButtons->addStretch();
     for (QPushButton* const pButton : {m_pSend, m_pBack, m_pClose}) {

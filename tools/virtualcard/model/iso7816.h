@@ -5,6 +5,7 @@
 #ifndef TOOLS_VIRTUALCARD_MODEL_ISO7816_H
 #define TOOLS_VIRTUALCARD_MODEL_ISO7816_H
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 
@@ -33,6 +34,7 @@ constexpr std::uint8_t LOAD_RSA_KEY = 0xDE, EXTEND_OBJECT = 0xDF; // B0
 } // namespace ins
 
 namespace sw {
+constexpr std::size_t LENGTH = 2;
 constexpr std::uint16_t SUCCESS = 0x9000, MORE_DATA = 0x6100, END_OF_FILE = 0x6282,
                         FILE_DEACTIVATED = 0x6283, WRONG_SECRET = 0x63C0, WRONG_LENGTH = 0x6700,
                         NO_SM_HERE = 0x6882, INCOMPATIBLE_FILE = 0x6981, NOT_ALLOWED = 0x6982,
@@ -43,7 +45,7 @@ constexpr std::uint16_t SUCCESS = 0x9000, MORE_DATA = 0x6100, END_OF_FILE = 0x62
                         OBJECT_NOT_FOUND = 0x6A88, FILE_EXISTS = 0x6A89, WRONG_OFFSET = 0x6B00,
                         WRONG_LE = 0x6C00, UNKNOWN_INS = 0x6D00, UNKNOWN_CLA = 0x6E00,
                         INTERNAL = 0x6F00;
-}
+} // namespace sw
 
 /// Thrown by a command that the card refuses; the dispatcher turns it into a bare status word.
 struct SRefusal : std::exception {

@@ -67,8 +67,8 @@ json ToJson(const SFile& file)
 }
 
 template <typename Unsigned>
-Unsigned Number(const json& from, const char* szKey,
-                std::uint64_t ulMax = std::numeric_limits<Unsigned>::max())
+Unsigned ReadNumber(const json& from, const char* szKey,
+                    std::uint64_t ulMax = std::numeric_limits<Unsigned>::max())
 {
     const json& value = from.at(szKey);
     Check(value.is_number_unsigned() && value.get<std::uint64_t>() <= ulMax,
@@ -88,18 +88,18 @@ SSecurityObject ObjectFrom(const json& from)
 {
     SSecurityObject object;
     object.strName = from.at("name").get<std::string>();
-    object.bClass = Number<std::uint8_t>(from, "class");
-    object.bId = Number<std::uint8_t>(from, "id", REFERENCE_MASK);
+    object.bClass = ReadNumber<std::uint8_t>(from, "class");
+    object.bId = ReadNumber<std::uint8_t>(from, "id", REFERENCE_MASK);
     const Bytes parameters = HexOf(from, "parameters", {parameter::COUNT});
     std::copy(parameters.begin(), parameters.end(), object.abParameters.begin());
     object.abAccess = HexOf(from, "access", {8, 9, 10});
     object.abSm = HexOf(from, "sm", {object_sm::COUNT});
     object.abValue = HexOf(from, "value", {});
-    object.bTriesLeft = Number<std::uint8_t>(from, "tries_left", object.MaxTries());
+    object.bTriesLeft = ReadNumber<std::uint8_t>(from, "tries_left", object.MaxTries());
     Check(object.Kind() != EObjectKind::PIN || object.abValue.size() <= MAX_PIN, "a long PIN");
     object.bActive = from.at("active").get<bool>();
-    object.cPresented = Number<std::uint32_t>(from, "presented");
-    object.cNewValues = Number<std::uint32_t>(from, "new_values");
+    object.cPresented = ReadNumber<std::uint32_t>(from, "presented");
+    object.cNewValues = ReadNumber<std::uint32_t>(from, "new_values");
     return object;
 }
 
@@ -124,14 +124,14 @@ SFile FileFrom(const json& from, int iDepth)
 {
     Check(iDepth > 0, "files too deep");
     SFile file;
-    file.wFid = Number<std::uint16_t>(from, "fid");
-    const auto bType = Number<std::uint8_t>(from, "type");
+    file.wFid = ReadNumber<std::uint16_t>(from, "fid");
+    const auto bType = ReadNumber<std::uint8_t>(from, "type");
     Check(IsFileType(bType), "an unknown file type");
     file.type = static_cast<EFileType>(bType);
-    file.wSize = Number<std::uint16_t>(from, "size");
-    file.bRecordSize = Number<std::uint8_t>(from, "record_size");
-    file.bFlags = Number<std::uint8_t>(from, "flags");
-    file.wBodySize = Number<std::uint16_t>(from, "body_size");
+    file.wSize = ReadNumber<std::uint16_t>(from, "size");
+    file.bRecordSize = ReadNumber<std::uint8_t>(from, "record_size");
+    file.bFlags = ReadNumber<std::uint8_t>(from, "flags");
+    file.wBodySize = ReadNumber<std::uint16_t>(from, "body_size");
     const Bytes conditions = HexOf(from, "access", {file_access::COUNT});
     std::copy(conditions.begin(), conditions.end(), file.abAccess.begin());
     file.abSm = HexOf(from, "sm", {0, file_access::SM_COUNT});
@@ -183,11 +183,11 @@ json ToJson(const SCardImage& image)
 SCardImage FromJson(const json& state, const SCardImage& fresh)
 try {
     SCardImage image = fresh;
-    Check(Number<unsigned>(state, "format") == FORMAT, "an unknown format");
+    Check(ReadNumber<unsigned>(state, "format") == FORMAT, "an unknown format");
     const auto strProfile = state.at("profile").get<std::string>();
     Check(strProfile == fresh.strProfile,
           "it is of profile \"" + strProfile + "\", not \"" + fresh.strProfile + "\"");
-    image.lifeCycle = static_cast<ELifeCycle>(Number<std::uint8_t>(state, "life_cycle"));
+    image.lifeCycle = static_cast<ELifeCycle>(ReadNumber<std::uint8_t>(state, "life_cycle"));
     Check(image.lifeCycle == ELifeCycle::OPERATIONAL ||
               image.lifeCycle == ELifeCycle::ADMINISTRATION,
           "an unknown life cycle");

@@ -5,6 +5,7 @@
 #include "plugged/apdulog.h"
 
 #include "model/command_table.h"
+#include "model/iso7816.h"
 
 #include <algorithm>
 #include <string_view>
@@ -14,7 +15,6 @@ namespace {
 
 constexpr std::uint8_t SECURE_MESSAGING_BITS = 0x0C; // of the class byte
 constexpr std::size_t HEADER_AND_LC = 5;
-constexpr std::size_t STATUS_WORD = 2;
 
 // What is not known may hold anything, so it is masked.
 constexpr SCommandRow UNKNOWN = {0, 0, true, "unknown command", nullptr};
@@ -70,7 +70,7 @@ void CApduLog::Answer(std::span<const std::uint8_t> answer)
     if (m_out == nullptr) {
         return;
     }
-    const std::size_t cbData = answer.size() - std::min(answer.size(), STATUS_WORD);
+    const std::size_t cbData = answer.size() - std::min(answer.size(), sw::LENGTH);
     *m_out << m_ulNumber << " < "
            << (answer.empty() ? "(empty)" : Hex(answer, 0, m_bSecret ? cbData : 0)) << std::endl;
 }

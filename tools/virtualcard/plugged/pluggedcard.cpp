@@ -5,6 +5,7 @@
 #include "plugged/pluggedcard.h"
 
 #include "model/atr.h"
+#include "model/iso7816.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -14,7 +15,6 @@ namespace vcard {
 namespace {
 
 constexpr const char* OTHER_SERIAL = "6200000000000999";
-constexpr std::size_t STATUS_WORD = 2;
 
 Bytes StatusWord(std::uint32_t ulValue)
 {
@@ -31,8 +31,8 @@ Bytes Resized(Bytes answer, std::size_t cb)
 
 Bytes WithWrongMac(Bytes answer)
 {
-    if (answer.size() > STATUS_WORD) {
-        answer[answer.size() - STATUS_WORD - 1] ^= 0xFF;
+    if (answer.size() > sw::LENGTH) {
+        answer[answer.size() - sw::LENGTH - 1] ^= 0xFF;
     }
     return answer;
 }
