@@ -10,8 +10,8 @@ from tool import PINDESK, ToolTest
 
 
 class Prompt(ToolTest):
-    def start(self, words):
-        terminal = Terminal([PINDESK, *words.split()], self.environment)
+    def start(self, words, **how):
+        terminal = Terminal([PINDESK, *words.split()], self.environment, **how)
         self.addCleanup(terminal.close)
         return terminal
 
@@ -105,6 +105,13 @@ class Prompt(ToolTest):
         self.assertTrue(os.WIFSTOPPED(run.report()))
         self.assertTrue(run.has_echo())
         os.kill(run.job, signal.SIGCONT)
+        run.answer("CNS PIN (", "12345678\r")
+        run.await_text("is right")
+        self.assertEqual(0, run.end())
+
+    def test_asks_only_once_it_is_in_front(self):
+        run = self.start("verify cns-pin", is_behind=True)
+        self.assertEqual(signal.SIGTTIN, os.WSTOPSIG(run.report()))
         run.answer("CNS PIN (", "12345678\r")
         run.await_text("is right")
         self.assertEqual(0, run.end())

@@ -7,19 +7,26 @@ import select
 import signal
 import struct
 import termios
+import tty
 
 PATIENCE = 20  # seconds
 STATUS = struct.Struct("i")
 
 
-def lead(command, environment, report):
+def lead(command, environment, report, is_behind):
     """What a shell does for a job: gives it a process group and the terminal, and tells how it fares.
-    It outlives the job, since a terminal without its session leader is reset."""
+    A job that starts behind it gets the terminal once it has stopped; before that, the terminal is as
+    the shell's line editor wants it. The shell outlives the job, since a terminal without its session
+    leader is reset."""
+    settings = termios.tcgetattr(0)
+    if is_behind:
+        tty.setraw(0)
     job = os.fork()
     if job == 0:
         os.setpgid(0, 0)
         signal.signal(signal.SIGTTOU, signal.SIG_IGN)
-        os.tcsetpgrp(0, os.getpid())
+        if not is_behind:
+            os.tcsetpgrp(0, os.getpid())
         for changed in (signal.SIGTTOU, signal.SIGPIPE):
             signal.signal(changed, signal.SIG_DFL)
         os.execve(command[0], command, environment)
@@ -29,16 +36,21 @@ def lead(command, environment, report):
         status = os.waitpid(job, os.WUNTRACED)[1]
         os.write(report, STATUS.pack(status))
         is_stopped = os.WIFSTOPPED(status)
+        if is_behind and is_stopped:
+            termios.tcsetattr(0, termios.TCSADRAIN, settings)
+            os.tcsetpgrp(0, job)
+            os.kill(job, signal.SIGCONT)
+            is_behind = False
     signal.pause()
 
 
 class Terminal:
-    def __init__(self, command, environment):
+    def __init__(self, command, environment, is_behind=False):
         self._report, report = os.pipe()
         self._leader, self._terminal = pty.fork()
         if self._leader == 0:
             try:
-                lead(command, environment, report)
+                lead(command, environment, report, is_behind)
             finally:
                 os._exit(127)
         os.close(report)
