@@ -4,6 +4,7 @@
 // that every path gives its context and its reader list back.
 
 #include "pindesk/PCSC_Misc.h"
+#include "pindesk/desk.h"
 #include "tests/support/scripted_pcsc.h"
 
 #include <cstring>
@@ -31,6 +32,36 @@ TEST_F(Readers, AreCountedAndNamedInTheirOrder)
     EXPECT_EQ(std::string("Reader A\0Reader B\0Reader C\0\0", 28), list);
     cch = 27;
     EXPECT_EQ(-2, PCSC_GetReadersList(list.data(), &cch));
+}
+
+TEST_F(Readers, AreOutOfReachOfADeskForAReason)
+{
+    const struct {
+        const char* szCall;
+        LONG lCode;
+        pindesk_outcome eOutcome;
+        pindesk_detail eDetail;
+        int iCode; // of the exported operations
+    } rows[] = {
+        {"SCardEstablishContext", SCARD_W_SECURITY_VIOLATION, PINDESK_NO_SERVICE,
+         PINDESK_DETAIL_NOT_ALLOWED, -1},
+        {"SCardEstablishContext", SCARD_E_NO_SERVICE, PINDESK_NO_SERVICE,
+         PINDESK_DETAIL_NOT_RUNNING, -1},
+        {"SCardListReaders", SCARD_E_NO_READERS_AVAILABLE, PINDESK_NO_READER,
+         PINDESK_DETAIL_NONE_CONNECTED, -2},
+        {"SCardConnect", SCARD_E_SHARING_VIOLATION, PINDESK_IN_USE, PINDESK_DETAIL_EXCLUSIVE, -3},
+        {"SCardConnect", SCARD_W_UNPOWERED_CARD, PINDESK_NO_CARD, PINDESK_DETAIL_MUTE, -3},
+    };
+    pindesk_desk* const pDesk = pindesk_open();
+    const pindesk_options second{.size = sizeof second, .slot = 2};
+    for (const auto& row : rows) {
+        card.FailCall(row.szCall, row.lCode);
+        pindesk_report report{.size = sizeof report};
+        EXPECT_EQ(row.eOutcome, pindesk_serial(pDesk, &second, nullptr, &report));
+        EXPECT_EQ(row.eDetail, report.detail);
+        EXPECT_EQ(row.iCode, report.code);
+    }
+    pindesk_close(pDesk);
 }
 
 TEST_F(Readers, NameIsPaddedCutOrOnlyMeasured)
