@@ -4,9 +4,10 @@
 import itertools
 import json
 import re
+import subprocess
 import unittest
 
-from tool import ROOT, ToolTest
+from tool import BUILD, ROOT, ToolTest
 
 MANUALS = {"docs/pindesk.1": "en", "docs/it/pindesk.1": "it"}
 
@@ -36,6 +37,14 @@ class Documents(ToolTest):
             manual = (ROOT / page).read_text().replace("\\-", "-")
             for word in options | set(verbs):
                 self.assertIn(word, manual, page)
+
+    def test_manual_names_every_option_of_the_virtual_card(self):
+        shown = subprocess.run([BUILD / "pindesk-vcard", "--help"], text=True, capture_output=True, check=True)
+        options = re.findall(r"^  (--[a-z-]+)", shown.stdout, re.MULTILINE)
+        self.assertGreater(len(options), 10)
+        manual = (ROOT / "docs/pindesk-vcard.1").read_text().replace("\\-", "-")
+        for option in options:
+            self.assertIn(option, manual)
 
     def test_help_fits_a_terminal(self):
         for language in ("en", "it"):
