@@ -327,6 +327,16 @@ SResult CAttempt::NotDone()
     return Conclude(READER_FAILED, PINDESK_NEXT_TRY_AGAIN);
 }
 
+SResult CAttempt::Settled(pindesk_in_force eInForce)
+{
+    NoteVerified();
+    Report().code = pindesk::result::OK;
+    Report().in_force = eInForce;
+    Report().state = PINDESK_STATE_READY;
+    Report().tries_left = -1;
+    return Conclude(DONE);
+}
+
 SResult CAttempt::ProtectionRefused()
 {
     const bool bForbidden = Request().Wants(PINDESK_NO_SECURE_MESSAGING);

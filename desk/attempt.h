@@ -74,6 +74,8 @@ public:
     SResult FirstFailed(EAnswer eAnswer);
     /// Contact was lost, and the card says that what was asked for is not done.
     SResult NotDone();
+    /// Done: the secret is ready for use, and this is its value.
+    SResult Settled(pindesk_in_force eInForce);
     /// The card refused the new value, or the secure messaging around it; the old one is in force.
     SResult NewValueRefused();
     SResult ProtectionRefused();

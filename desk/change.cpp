@@ -13,17 +13,6 @@ namespace {
 
 constexpr int ENOUGH_TRIES = 2; // for a value that may be wrong
 
-SResult Changed(CAttempt& attempt)
-{
-    pindesk_report& report = attempt.Report();
-    attempt.NoteVerified();
-    report.code = pindesk::result::OK;
-    report.in_force = PINDESK_IN_FORCE_NEW;
-    report.state = PINDESK_STATE_READY;
-    report.tries_left = -1;
-    return attempt.Conclude(DONE);
-}
-
 /// Presents a value on a card that came back. \return what its answer was worth.
 EAnswer Try(CAttempt& attempt, const CValue& value)
 {
@@ -50,7 +39,7 @@ SResult FindOut(CAttempt& attempt)
     }
     const EAnswer eNew = Try(attempt, request.newValue);
     if (eNew == EAnswer::ACCEPTED) {
-        return Changed(attempt);
+        return attempt.Settled(PINDESK_IN_FORCE_NEW);
     }
     if (eNew == EAnswer::REJECTED && Try(attempt, request.value) == EAnswer::ACCEPTED) {
         attempt.NoteVerified();
@@ -71,7 +60,7 @@ SResult ChangeSteps(CAttempt& attempt)
         attempt.Note(pindesk::Change(attempt.Card(), SecretOf(request.eSecret),
                                      ValueOf(request.value), ValueOf(request.newValue)));
     if (eAnswer == EAnswer::ACCEPTED) {
-        return Changed(attempt);
+        return attempt.Settled(PINDESK_IN_FORCE_NEW);
     }
     if (AtFirstValue(attempt, request.eSecret)) {
         return attempt.FirstFailed(eAnswer);

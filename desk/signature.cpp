@@ -41,13 +41,7 @@ SResult Reactivated(CAttempt& attempt, bool bNewPin)
     if (bNewPin || HasPuk(attempt)) { // without it the card would refuse, and lose its key for that
         pindesk::RewriteSignaturePin(attempt.Card());
     }
-    pindesk_report& report = attempt.Report();
-    attempt.NoteVerified();
-    report.code = pindesk::result::OK;
-    report.in_force = bNewPin ? PINDESK_IN_FORCE_NEW : PINDESK_IN_FORCE_OLD;
-    report.state = PINDESK_STATE_READY;
-    report.tries_left = -1;
-    return attempt.Conclude(DONE);
+    return attempt.Settled(bNewPin ? PINDESK_IN_FORCE_NEW : PINDESK_IN_FORCE_OLD);
 }
 
 /// The PIN is active again, but what became of its new value is not known.

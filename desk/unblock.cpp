@@ -22,17 +22,6 @@ EAnswer Unblock(CAttempt& attempt)
     return eAnswer;
 }
 
-SResult Unblocked(CAttempt& attempt)
-{
-    pindesk_report& report = attempt.Report();
-    attempt.NoteVerified();
-    report.code = pindesk::result::OK;
-    report.in_force = PINDESK_IN_FORCE_NEW;
-    report.state = PINDESK_STATE_READY;
-    report.tries_left = -1;
-    return attempt.Conclude(DONE);
-}
-
 /// The answer to the reset is lost; the PUK was right.
 SResult FindOut(CAttempt& attempt)
 {
@@ -47,7 +36,7 @@ SResult FindOut(CAttempt& attempt)
     }
     const bool bWasBlocked = attempt.Before().target.eState == PINDESK_STATE_BLOCKED;
     if ((bWasBlocked && after.target.Told()) || Unblock(attempt) == EAnswer::ACCEPTED) {
-        return Unblocked(attempt);
+        return attempt.Settled(PINDESK_IN_FORCE_NEW);
     }
     attempt.Report().tries_left = -1;
     return attempt.Conclude({PINDESK_OUTCOME_UNKNOWN, PINDESK_DETAIL_NOT_TOLD});
@@ -59,7 +48,7 @@ SResult UnblockSteps(CAttempt& attempt)
 {
     const EAnswer eAnswer = Unblock(attempt);
     if (eAnswer == EAnswer::ACCEPTED) {
-        return Unblocked(attempt);
+        return attempt.Settled(PINDESK_IN_FORCE_NEW);
     }
     if (AtFirstValue(attempt, attempt.Request().eSecret)) {
         return attempt.FirstFailed(eAnswer);

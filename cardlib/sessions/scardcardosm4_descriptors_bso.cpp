@@ -7,6 +7,7 @@
 #include "cardlib/sessions/tlvbody.h"
 
 #include <cstring>
+#include <iterator>
 
 using namespace descriptor;
 
@@ -42,6 +43,24 @@ constexpr Zt34Byte ZT34_ACCESS[] = {
     &_ZT34_BSO_info::AC_GENKEY, &_ZT34_BSO_info::AC_SIGNDEC, &_ZT34_BSO_info::AC_9,
     &_ZT34_BSO_info::AC_10,
 };
+
+template <class TInfo, class TField, std::size_t N>
+long WriteAdmin(const TInfo& info, const TField (&access)[N], CK_BYTE* pTlvData,
+                CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM)
+{
+    // Room for both forms is asked for, on purpose: callers size one buffer for either.
+    constexpr CK_ULONG NEEDED = 3 * 2 + std::size(BSO_IDENTIFIER) + N + std::size(BSO_SM);
+    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, NEEDED)) {
+        return lResult;
+    }
+    CTlvBody body(pTlvData);
+    body.Object(field::IDENTIFIER, info, BSO_IDENTIFIER).Object(field::ACCESS, info, access);
+    if (bUseSM) {
+        body.Object(field::SECURE_MESSAGING, info, BSO_SM);
+    }
+    *pulTlvDataSize = body.Size();
+    return 0;
+}
 
 } // namespace
 
@@ -87,17 +106,7 @@ long _M4_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
 
 long _M4_BSO_info::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM)
 {
-    // Room for both forms is asked for, on purpose: callers size one buffer for either.
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 32)) {
-        return lResult;
-    }
-    CTlvBody body(pTlvData);
-    body.Object(field::IDENTIFIER, *this, BSO_IDENTIFIER).Object(field::ACCESS, *this, BSO_ACCESS);
-    if (bUseSM) {
-        body.Object(field::SECURE_MESSAGING, *this, BSO_SM);
-    }
-    *pulTlvDataSize = body.Size();
-    return 0;
+    return WriteAdmin(*this, BSO_ACCESS, pTlvData, pulTlvDataSize, bUseSM);
 }
 
 CK_ULONG _M4_BSO_info::GetInternalStructSize()
@@ -146,16 +155,7 @@ long _ZT34_BSO_info::GetTLV(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize)
 
 long _ZT34_BSO_info::GetTLV_Admin(CK_BYTE* pTlvData, CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM)
 {
-    if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, 34)) {
-        return lResult;
-    }
-    CTlvBody body(pTlvData);
-    body.Object(field::IDENTIFIER, *this, BSO_IDENTIFIER).Object(field::ACCESS, *this, ZT34_ACCESS);
-    if (bUseSM) {
-        body.Object(field::SECURE_MESSAGING, *this, BSO_SM);
-    }
-    *pulTlvDataSize = body.Size();
-    return 0;
+    return WriteAdmin(*this, ZT34_ACCESS, pTlvData, pulTlvDataSize, bUseSM);
 }
 
 CK_ULONG _ZT34_BSO_info::GetInternalStructSize()
