@@ -45,7 +45,8 @@ constexpr SText OUTCOMES[] = {
     {PINDESK_OTHER_CARD, Msg("The card's serial number is not the expected one.")},
     {PINDESK_SECURE_MESSAGING_REFUSED, Msg("The card refused the secure messaging.")},
     {PINDESK_CARD_REFUSED, Msg("The card refused the command, or lacks what it is asked for.")},
-    {PINDESK_OUTCOME_UNKNOWN, Msg("The answer was lost, and the card could not be asked.")},
+    {PINDESK_OUTCOME_UNKNOWN,
+     Msg("The answer was lost, and the card could not be asked or does not tell.")},
     {PINDESK_INTERNAL_ERROR, Msg("An error of the program, not of the card.")},
 };
 

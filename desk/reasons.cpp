@@ -17,8 +17,8 @@ struct SReason {
     const char* szText;
 };
 constexpr SReason REASONS[] = {
-    {ENOENT, Msg("it does not exist")},
-    {ENOTDIR, Msg("it does not exist")},
+    {ENOENT, Msg("there is no such file or directory")},
+    {ENOTDIR, Msg("there is no such file or directory")},
     {EACCES, Msg("access to it is not permitted")},
     {EPERM, Msg("access to it is not permitted")},
     {EROFS, Msg("nothing can be written there")},

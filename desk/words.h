@@ -44,7 +44,7 @@ struct SGap {
 /// UTF-8 within the values become \xNN, since some values come from readers and cards.
 std::string Fill(std::string_view text, std::initializer_list<SGap> gaps);
 
-/// A value of errno for a file, in words that stand behind a colon: "it does not exist".
+/// A value of errno for a file, in words that stand behind a colon: "it is a directory".
 std::string ReasonText(const char* szLanguage, int iError);
 
 } // namespace desk

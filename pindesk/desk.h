@@ -60,7 +60,8 @@ typedef enum pindesk_outcome {
     PINDESK_OTHER_CARD = 9, /**< the serial number is not the expected one */
     PINDESK_SECURE_MESSAGING_REFUSED = 10,
     PINDESK_CARD_REFUSED = 11,    /**< the card refused a command, or lacks what is asked for */
-    PINDESK_OUTCOME_UNKNOWN = 12, /**< an answer was lost, and the card could not be asked */
+    PINDESK_OUTCOME_UNKNOWN = 12, /**< an answer was lost, and the card could not be asked, or
+                                      does not tell */
     PINDESK_INTERNAL_ERROR = 13
 } pindesk_outcome;
 

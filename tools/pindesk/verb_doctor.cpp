@@ -51,50 +51,66 @@ int Collect(const pindesk_finding* finding, void* context)
 class CBundleFile {
 public:
     explicit CBundleFile(const std::string& path)
-        : m_fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600))
+        : m_fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600)),
+          m_error(m_fd < 0 ? errno : 0)
     {
     }
     ~CBundleFile() { Close(); }
     CBundleFile(const CBundleFile&) = delete;
     CBundleFile& operator=(const CBundleFile&) = delete;
 
-    /// False when what was written did not all arrive.
-    bool Close()
+    /// The errno of what failed first; 0 while all went well.
+    int Error() const { return m_error; }
+
+    void Close()
     {
-        const bool isClosed = m_fd >= 0 && close(m_fd) == 0;
+        if (m_fd >= 0 && close(m_fd) != 0) {
+            Note(errno);
+        }
         m_fd = -1;
-        return isClosed && m_isWritten;
     }
 
     static int Write(const char* text, std::size_t size, void* context)
     {
         auto* const file = static_cast<CBundleFile*>(context);
-        while (size > 0 && file->m_isWritten) {
+        while (size > 0 && file->m_error == 0) {
             const ssize_t written = write(file->m_fd, text, size);
-            file->m_isWritten = written > 0;
-            text += file->m_isWritten ? written : 0;
-            size -= file->m_isWritten ? static_cast<std::size_t>(written) : 0;
+            if (written <= 0) {
+                file->Note(written < 0 ? errno : EIO);
+                break;
+            }
+            text += written;
+            size -= static_cast<std::size_t>(written);
         }
-        return file->m_isWritten ? 0 : 1;
+        return file->m_error;
     }
 
 private:
+    void Note(int error) { m_error = m_error == 0 ? error : m_error; }
+
     int m_fd;
-    bool m_isWritten = true;
+    int m_error;
 };
 
 Outcome WriteBundle(const Options& options)
 {
     CClient client(options);
     CBundleFile file(options.bundle);
-    client.Call([&](pindesk_desk* desk, const pindesk_options* call, pindesk_report* report) {
-        return pindesk_bundle(desk, call, CBundleFile::Write, &file, report);
-    });
-    if (!file.Close()) {
-        throw CFailure(
-            PINDESK_INTERNAL_ERROR,
-            Say("The file {path} cannot be written: {reason}.",
-                {{"path", options.bundle}, {"reason", desk::ReasonText(Language(), errno)}}));
+    try {
+        client.Call([&](pindesk_desk* desk, const pindesk_options* call, pindesk_report* report) {
+            return pindesk_bundle(desk, call, CBundleFile::Write, &file, report);
+        });
+    } catch (const CFailure&) {
+        if (file.Error() == 0) { // else it has ended because its writer did
+            throw;
+        }
+    }
+    file.Close();
+    if (file.Error() != 0) {
+        throw CFailure(PINDESK_INTERNAL_ERROR,
+                       Say("The file {path} cannot be written: {reason}.",
+                           {{"path", options.bundle},
+                            {"reason", desk::ReasonText(Language(), file.Error())}}));
     }
     Outcome outcome;
     outcome.message = Say("Written to {path}. It holds no secret; read it before you pass it on.",

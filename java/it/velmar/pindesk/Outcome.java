@@ -30,7 +30,7 @@ public enum Outcome implements Numbered {
     SECURE_MESSAGING_REFUSED(10),
     /** The card refused a command, or lacks what is asked for. */
     CARD_REFUSED(11),
-    /** An answer was lost, and the card could not be asked. */
+    /** An answer was lost, and the card could not be asked or does not tell. */
     OUTCOME_UNKNOWN(12),
     /** Memory was short, or something is wrong in the library. */
     INTERNAL_ERROR(13);
