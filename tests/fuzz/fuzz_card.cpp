@@ -9,16 +9,19 @@
 #include "cardlib/scardzentaris34.h"
 #include "pindesk/PCSC_Misc.h"
 #include "tests/support/envelopes.h"
+#include "tests/support/nomemory.h"
 #include "tests/support/operations.h"
 #include "tests/support/scripted_pcsc.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <memory>
 
 namespace {
 
-constexpr std::uint8_t T0 = 0x01, PROTECTED = 0x02, TRY_GUARD = 0x04, WITH_SERIAL = 0x08;
+constexpr std::uint8_t T0 = 0x01, PROTECTED = 0x02, TRY_GUARD = 0x04, WITH_SERIAL = 0x08,
+                       READER_LIST = 0x10, SHORT_MEMORY = 0x20, FAILING_CALL = 0x40, OWN_ATR = 0x80;
 constexpr int MAX_COMMANDS = 12; ///< in one session
 
 /// The fuzzer's bytes, taken from the front; zeros when there are no more.
@@ -150,42 +153,90 @@ Buffer Room(std::size_t cb)
     return std::make_unique<CK_BYTE[]>(cb);
 }
 
-/// Makes the call that a byte chooses.
-void Choose(std::uint8_t b, std::initializer_list<std::function<void()>> calls)
+/// Makes the call that a byte chooses, with memory for no more than cObjects.
+void Choose(std::uint8_t b, std::initializer_list<std::function<void()>> calls,
+            int cObjects = INT_MAX)
 {
-    calls.begin()[b % calls.size()]();
+    const auto& call = calls.begin()[b % calls.size()];
+    const CNoMemory memory(cObjects);
+    call();
+}
+
+/// A value of 5 to 8 bytes, or, if the byte says so, of any length.
+SPin Value(std::uint8_t b)
+{
+    return {"12345678", (b & 0x80) != 0 ? b % 11 - 1 : 5 + b % 4};
+}
+
+/// All four secrets, or one of them.
+Pins Some(std::uint8_t b, const SPin& pin)
+{
+    return (b & 0x40) != 0 ? Only(static_cast<ESecret>(b >> 4 & 3), pin) : Pins{pin, pin, pin, pin};
 }
 
 void Operation(CInput& input, std::uint8_t bOperation, std::uint8_t bHow)
 {
-    const SPin pin("12345678", static_cast<long>(5 + input.Byte() % 4)), newPin("12345678");
-    const Pins pins = {pin, pin, pin, pin}, newPins = {newPin, newPin, newPin, newPin};
+    const std::uint8_t bValues = input.Byte();
+    const SPin pin = Value(bValues), newPin("12345678");
+    const Pins pins = Some(bValues, pin), newPins = Some(bValues, newPin);
     const SCall call = {.bProtect = (bHow & PROTECTED) != 0,
-                        .szSerial = (bHow & WITH_SERIAL) != 0 ? "ABCDEFGH12345678" : nullptr,
-                        .pKey = const_cast<unsigned char*>(KEY)};
+                        .szSerial = (bHow & WITH_SERIAL) != 0 ? "AAAAAAAAAAAAAAAA" : nullptr,
+                        .pKey = const_cast<unsigned char*>(KEY),
+                        .lSlot = (bHow & READER_LIST) != 0 ? input.Byte() % 4 : 1};
+    const int cObjects = (bHow & SHORT_MEMORY) != 0 ? input.Byte() : INT_MAX;
+    const long lSlot = call.lSlot;
+    const auto atr = input.Bytes(), mask = input.Bytes();
+    const std::string strAtr(atr.begin(), atr.end()), strMask(mask.begin(), mask.end());
+    const auto text = std::make_unique<char[]>(300);
+    char* const sz = text.get();
     DWORD cch = 300;
     ScardConnection* pConnection = nullptr;
     const auto unblock = call.bProtect != 0 ? PCSC_Unblock_Starcos : PCSC_Unblock_M4_1111;
     long l = 300;
+    int iLimit = 0;
     Choose(bOperation & 0x3F,
            {[&] { ReadSerial(call); }, [&] { Verify(pins, call); },
             [&] { Change(pins, newPins, call); }, [&] { Unblock(pins, newPins, call); },
             [&] { Lock(call); }, [&] { Reactivate(pin, newPin, call); },
-            [&] { PCSC_GetFSType(1, &l); }, [&] { unblock(1, "12345678", "12345678"); },
-            [&] { PCSC_GetATR(1, std::make_unique<char[]>(300).get(), &l); },
-            [&] { PCSC_GetReaderName(1, std::make_unique<char[]>(300).get(), &l); },
-            [&] { PCSC_GetReadersCount(&l); },
-            [&] { PCSC_GetReadersList(std::make_unique<char[]>(300).get(), &cch); },
+            [&] { PCSC_GetFSType(lSlot, &l); }, [&] { unblock(lSlot, "12345678", "12345678"); },
+            [&] { PCSC_GetATR(lSlot, sz, &l); }, [&] { PCSC_GetReaderName(lSlot, sz, &l); },
+            [&] { PCSC_GetReadersCount(&l); }, [&] { PCSC_GetReadersList(sz, &cch); },
             [&] {
-                if (PCSC_Connect(1, &pConnection) == 0) {
+                if (PCSC_Connect(lSlot, &pConnection) == 0) {
                     PCSC_Valid(pConnection);
                     PCSC_Disconnect(pConnection);
                 }
             },
             [&] {
-                CNS_DS_GetPinLimit(1, const_cast<char*>(call.szSerial), nullptr, nullptr, nullptr,
-                                   nullptr, nullptr, nullptr, nullptr, nullptr);
-            }});
+                CNS_DS_GetPinLimit(lSlot, const_cast<char*>(call.szSerial), &iLimit, nullptr,
+                                   nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+            },
+            [&] { // too little room, or none
+                l = static_cast<long>(cch = bValues % 16);
+                PCSC_GetATR(lSlot, sz, &l);
+                PCSC_GetReaderName(lSlot, sz, &l);
+                PCSC_GetReadersList(sz, &cch);
+                PCSC_GetReadersList(nullptr, &cch);
+            },
+            [&] {
+                PCSC_AtrCmp(strAtr.c_str(), strAtr.c_str(), strMask.c_str());
+                PCSC_AtrCmp(strAtr.c_str(), strMask.c_str(), strAtr.c_str());
+                PCSC_AtrCmp(nullptr, nullptr, nullptr);
+            },
+            [&] {
+                PCSC_GetFSType(lSlot, nullptr);
+                PCSC_GetATR(lSlot, nullptr, nullptr);
+                PCSC_GetReaderName(lSlot, nullptr, nullptr);
+                PCSC_GetReadersCount(nullptr);
+                PCSC_GetReadersList(nullptr, nullptr);
+                PCSC_Connect(lSlot, nullptr);
+                PCSC_Valid(nullptr);
+                PCSC_Disconnect(nullptr);
+                unblock(lSlot, nullptr, nullptr);
+                CNS_GetSerial(lSlot, nullptr);
+                PCSC_Unblock_Setec(lSlot, "12345678", "12345678");
+            }},
+           cObjects);
 }
 
 /// One command that all classes have.
@@ -302,8 +353,127 @@ void SetecCommand(CSCardSetec43& card, CInput& input, std::uint8_t bCommand)
             [&] { card.GetResponse(input.Byte(), pb); }});
 }
 
+/// What a host does beside the commands, and what it may do wrongly.
+template <class TSession> bool BesideCommands(TSession& card, CInput& input, std::uint8_t b)
+{
+    CSCard& base = card;
+    CFileCacheSystem& cache = card.GetFileCacheSystem();
+    const std::uint8_t bValue = input.Byte();
+    const auto data = Room(256);
+    const DFEF_Path path(data.get(), bValue % 4, 0);
+    DWORD cb = 0;
+    const std::function<void()> CALLS[] = {
+        [&] { CScriptedPcsc::s_pActive->FailCall("SCardStatus", SCARD_F_COMM_ERROR, bValue % 8); },
+        [&] { cache.m_bUseCacheExpire = !cache.m_bUseCacheExpire; },
+        [&] { cache.m_bCacheSystemEnabled = !cache.m_bCacheSystemEnabled; },
+        [&] { card.ReadBinaryFromCacheOnly(path, bValue, bValue, data.get()); },
+        [&] {
+            base.AddRef();
+            base.Release();
+            base.SetSCContext(base.m_hContext);
+            SCardIsValidContextEX(base.m_hContext);
+            base.GetModelName();
+            base.CSCard::GetModelName();
+        },
+        [&] { base.GetATR(nullptr, &cb); },
+        [&] { base.CSCard::Transmit(data.get(), 5000, data.get(), &cb); },
+        [&] {
+            base.CSCard::Transmit(nullptr, 5, nullptr, nullptr);
+            base._SCardTransmit(0, nullptr, nullptr, 0, nullptr, nullptr, nullptr);
+            base.GetATR(nullptr, nullptr);
+            base.ReadBinary(0, 5, nullptr);
+            base.UpdateBinary(nullptr, 5, 0);
+            base.PathSelectWORD(nullptr, 5, 0);
+            base.SelectEx(0, nullptr, 0);
+        }};
+    const bool bOne = b % 32 < std::size(CALLS);
+    if (bOne) {
+        CALLS[b % 32]();
+    }
+    return bOne;
+}
+
+void WithoutArguments(CSCardCardOSM4& card)
+{
+    CK_ULONG cb = 0;
+    card.ReadRecordTLV(1, nullptr, nullptr);
+    card.ReadRecordTLVStrip(1, nullptr, nullptr);
+    card.AppendRecord(nullptr, 0);
+    card.VerifyAndChange(1, nullptr, 8, nullptr, 8, 8);
+    card.CRVerifyDes(1, nullptr, 0, 8);
+    card.EncDec(0, nullptr, 0, nullptr, nullptr);
+    card.InternalAuthenticate(0, nullptr, 0, nullptr, nullptr);
+    card.ComputeSignature(nullptr, 0, nullptr, &cb);
+    card.ComputeSignature(nullptr, 0, nullptr, nullptr);
+    card.ComputeSignature2048(nullptr, 0, nullptr, nullptr);
+    card.EncDec2048(0, nullptr, 0, nullptr, nullptr);
+    card.EncDec2048(0x8086, nullptr, 256, nullptr, &cb);
+    card.CreateRsa2048Key(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    card.ChangeReferenceData(0, 0x20, nullptr, 0, nullptr, 0);
+    card.ListFiles(nullptr, 0, nullptr, nullptr, eListAll);
+    card.CreateFile(nullptr);
+    card.PutDataFCI(nullptr);
+    card.CreateBSO(nullptr, 0);
+    card.AdminBSO(nullptr, 0);
+    card.GetChallenge(nullptr, nullptr);
+    card.GiveRandom(nullptr, 0);
+    card.PathSelect(nullptr, 1, 0);
+    card.Transmit2(nullptr, 0, nullptr, nullptr);
+    card.Transmit_SMx4(nullptr, nullptr, 0, nullptr, nullptr);
+    card.Transmit_SMxC(nullptr, nullptr, nullptr, 0, nullptr, nullptr);
+}
+
+void MoreOfM4(CSCardCardOSM4& card, CInput& input, std::uint8_t b)
+{
+    const auto data = Room(1024);
+    CK_BYTE* const pb = data.get();
+    CK_BYTE *const pbFile = pb, *pbInFile = nullptr;
+    CK_ULONG cb = input.Byte();
+    const auto cbByte = static_cast<CK_BYTE>(cb);
+    DWORD cbAnswer = cb;
+    const auto command = input.Bytes();
+    std::copy(command.begin(), command.end(), pb);
+    Choose(b % 32,
+           {[&] { WithoutArguments(card); }, [&] { card.ReCreate(); },
+            [&] { card.PathSelect(pb, cb % 8, cb > 0x7F); },
+            [&] { card.Transmit(pb, command.size(), Room(cb + 2).get(), &cbAnswer); },
+            [&] { card.ChangeReferenceData(0x81, cbByte, pb, 0x82, nullptr, 0); },
+            [&] { card.ChangeReferenceData(0x10, 0, pb, cbByte, pb, 8); },
+            [&] { card.EncDec(0x8680, pb, cbByte, pb, &(cb = 1024)); },
+            [&] { card.InternalAuthenticate(1, pb, 4 * cb, pb, &(cbAnswer = 1024)); },
+            [&] { card.CCMS_Read(pbFile, command.size(), &pbInFile, &cb); },
+            [&] { card.CCMS_Write(pb, cb, Room(1024).get(), &(cbAnswer = 1024), 200); },
+            [&] { card.ExtendBSO(0x20, 5, 0); }, [&] { card.UpdateBinary(pb, 1024, cb * 256); },
+            [&] {
+                CK_BYTE instructions[] = {0x20, 0xA4, 0xB0};
+                card.SetSMxCMode(1, KEY, KEY, instructions, 1 + cb % 3);
+            },
+            [&] { card.ComputeSignature(pb, cbByte, pb, &(cb = 1024)); },
+            [&] { card.DeleteFile(0x1100, 1); }});
+}
+
+void WithoutArguments(CSCardSetec43& card)
+{
+    CK_ULONG cb = 0;
+    card.Verify(1, nullptr, 8);
+    card.VerifyAndChange(1, nullptr, 8, nullptr, 8);
+    card.PutHash(nullptr, 20);
+    card.ComputeSignature(nullptr, nullptr);
+    card.ComputeSignature(nullptr, &cb);
+    card.EncDec(0, nullptr, 1, nullptr, nullptr);
+    card.ExportRSAPublicKey(1, nullptr);
+    card.GetResponse(1, nullptr);
+    card.GetResponse(0, nullptr);
+}
+
 void Command(CSCardCardOSM4& card, CInput& input, std::uint8_t b)
 {
+    if ((b & 0xE0) == 0x80 && !BesideCommands(card, input, b)) {
+        MoreOfM4(card, input, b);
+    }
+    if ((b & 0xE0) == 0x80) {
+        return;
+    }
     Choose(b >> 5 & 3,
            {[&] { BaseCommand(card, input, b); }, [&] { RecordCommand(card, input, b); },
             [&] { AdminCommand(card, input, b); }, [&] { SecurityCommand(card, input, b); }});
@@ -311,6 +481,10 @@ void Command(CSCardCardOSM4& card, CInput& input, std::uint8_t b)
 
 void Command(CSCardSetec43& card, CInput& input, std::uint8_t b)
 {
+    if ((b & 0xE0) == 0x80) {
+        BesideCommands(card, input, b) ? void() : WithoutArguments(card);
+        return;
+    }
     (b & 0x20) != 0 ? SetecCommand(card, input, b) : BaseCommand(card, input, b);
 }
 
@@ -318,7 +492,9 @@ template <class TSession> void Session(CInput& input)
 {
     char szReader[] = "Fuzz";
     SCARDCONTEXT hContext = 0;
-    SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &hContext);
+    if (SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &hContext) != SCARD_S_SUCCESS) {
+        return;
+    }
     {
         TSession card(hContext, szReader);
         if (card.Create()) {
@@ -338,8 +514,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pb, std::size_t cb)
     const std::uint8_t bHow = input.Byte();
     PINDESK_ChangeSetting("SETTING_TRY_GUARD", (bHow & TRY_GUARD) != 0);
     CScriptedPcsc pcsc;
-    const auto atr = (bHow & 0x80) != 0 ? input.Bytes() : Bytes{0x3B};
+    const auto atr = (bHow & OWN_ATR) != 0 ? input.Bytes() : Bytes{0x3B};
     pcsc.Readers({{"Fuzz", ToHex(atr)}});
+    if ((bHow & READER_LIST) != 0) {
+        const auto name = input.Bytes();
+        pcsc.m_readers.insert(input.Byte() % 2 != 0 ? pcsc.m_readers.end() : pcsc.m_readers.begin(),
+                              {std::string(name.begin(), name.end()), ToHex(atr)});
+    }
+    if ((bHow & FAILING_CALL) != 0) {
+        constexpr const char* CALLS[] = {"SCardEstablishContext", "SCardListReaders",
+                                         "SCardConnect",          "SCardBeginTransaction",
+                                         "SCardStatus",           "SCardGetStatusChange"};
+        const std::uint8_t b = input.Byte();
+        pcsc.FailCall(CALLS[b % std::size(CALLS)], SCARD_F_COMM_ERROR, 1 + b / 64);
+    }
     pcsc.Protocol((bHow & T0) != 0 ? SCARD_PROTOCOL_T0 : SCARD_PROTOCOL_T1);
     CFuzzedCard card(input);
     pcsc.Otherwise([&](const Bytes& command) {
@@ -351,7 +539,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pb, std::size_t cb)
     Choose(bWhat >> 6,
            {[&] { Session<CSCardCardOSM4>(input); }, [&] { Session<CSCardZentaris34>(input); },
             [&] { Operation(input, bWhat, bHow); }, [&] { Session<CSCardSetec43>(input); }});
-    if (!pcsc.Leftovers().empty() || !pcsc.Problems().empty())
+    const auto misuses = pcsc.TakeMisuses();
+    for (const auto& problem : misuses.empty() ? pcsc.Leftovers() : misuses) {
+        std::fprintf(stderr, "%s\n", problem.c_str());
         std::abort();
+    }
     return 0;
 }

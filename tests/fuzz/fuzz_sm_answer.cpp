@@ -2,7 +2,7 @@
 //
 // Opens arbitrary bytes as a card's protected answer, and deciphers them as padded data. So that
 // the fuzzer gets past the checksum, the first byte may ask for the right one in the first 8E
-// object.
+// object. The same bytes also go the other way.
 
 #include <algorithm>
 #include <cstddef>
@@ -88,6 +88,28 @@ void Decipher(const Bytes& answer)
     Touch(plain.get(), plain != nullptr ? cb : 0);
 }
 
+/// The same bytes as what a host pads, signs and enciphers, and gets back.
+void MakeAndOpen(const Bytes& data, const unsigned char* pRandom)
+{
+    unsigned char mac[8];
+    unsigned long cb = data.size();
+    const CBuffer cipher(DES3_IsoPadded(KEY, data.data(), &cb));
+    const CBuffer plain(UNDES3_IsoPadded(KEY, cipher.get(), &cb));
+    Require(cb == data.size() && std::equal(data.begin(), data.end(), plain.get()));
+    for (auto* const pad : {IsoPad, AnsiPad}) {
+        const CBuffer padded(pad(data.data(), &(cb = data.size())));
+        Require(cb % 8 == 0);
+        Touch(padded.get(), cb);
+    }
+    const CBuffer sign(SMx4_SIG(KEY, 0, 0xB0, 0, 0, data.data(), &(cb = data.size()), mac));
+    Touch(sign.get(), sign != nullptr ? cb : 0);
+    const CBuffer both(SMx4_SIG_ENC(KEY, 0, 0xB0, 0, 0, data.data(), &(cb = data.size())));
+    Touch(both.get(), both != nullptr ? cb : 0);
+    const CBuffer sealed(
+        SMxC_ENC_SIG(KEY, KEY, pRandom, 0, 0xB0, 0, 0, data.data(), data.size(), 0, &cb));
+    Touch(sealed.get(), cb);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t cbData)
@@ -100,5 +122,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t cbD
     const bool bRepaired = (pData[0] & REPAIR_CHECKSUM) != 0 && RepairChecksum(answer, pRandom);
     Open(answer, pRandom, bRepaired);
     Decipher(answer);
+    MakeAndOpen(answer, pRandom);
     return 0;
 }

@@ -118,6 +118,9 @@ LONG SCardReleaseContext(SCARDCONTEXT hContext)
 LONG SCardListReaders(SCARDCONTEXT hContext, LPCSTR, LPSTR mszReaders, LPDWORD pcchReaders)
 {
     return OnContext("SCardListReaders", hContext, [&](auto& pcsc, auto&) -> LONG {
+        if (!pcchReaders) {
+            return SCARD_E_INVALID_PARAMETER;
+        }
         std::string list;
         for (const auto& reader : pcsc.m_readers) {
             list.append(reader.m_name).push_back('\0');
