@@ -6,7 +6,6 @@
 #include "pindesk/constants.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace desk {
 
@@ -26,6 +25,18 @@ bool IsPrintable(pindesk_bytes value)
     return bAscii && value.data[0] != ' ' && value.data[value.size - 1] != ' ';
 }
 
+/// Byte by byte: memcmp would leave the values in wide registers, and the first call of a function
+/// elsewhere writes those to the stack while it is bound.
+bool AreEqual(const unsigned char* pbA, const unsigned char* pbB, std::size_t cb)
+{
+    for (std::size_t i = 0; i < cb; ++i) {
+        if (pbA[i] != pbB[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// Whether each byte differs from the one before it by the same step.
 bool IsRun(pindesk_bytes value, int iStep)
 {
@@ -41,8 +52,7 @@ bool IsRun(pindesk_bytes value, int iStep)
 bool IsRepeated(pindesk_bytes value)
 {
     for (std::size_t cb = 2; cb <= value.size / 2; ++cb) {
-        if (value.size % cb == 0 &&
-            std::equal(value.data + cb, value.data + value.size, value.data)) {
+        if (value.size % cb == 0 && AreEqual(value.data + cb, value.data, value.size - cb)) {
             return true;
         }
     }
@@ -51,8 +61,10 @@ bool IsRepeated(pindesk_bytes value)
 
 bool IsFactory(pindesk_bytes value)
 {
-    return std::string_view(reinterpret_cast<const char*>(value.data), value.size) ==
-           DEFAULT_DS_PIN;
+    constexpr std::size_t SIZE = sizeof DEFAULT_DS_PIN - 1;
+    unsigned char factory[SIZE];
+    std::copy_n(DEFAULT_DS_PIN, SIZE, factory);
+    return value.size == SIZE && AreEqual(value.data, factory, SIZE);
 }
 
 struct SWeaknessRule {
@@ -129,7 +141,7 @@ pindesk_weakness WeaknessOf(pindesk_bytes value)
 
 bool SameValue(pindesk_bytes a, pindesk_bytes b)
 {
-    return a.size == b.size && std::equal(a.data, a.data + a.size, b.data);
+    return a.size == b.size && AreEqual(a.data, b.data, a.size);
 }
 
 SResult CheckStates(const SRequest& request, const SStates& states)

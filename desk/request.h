@@ -29,10 +29,6 @@ public:
     }
     const unsigned char* data() const { return m_block.data(); }
     std::size_t size() const { return m_cb; }
-    bool operator==(const CValue& other) const
-    {
-        return m_cb == other.m_cb && std::equal(data(), data() + m_cb, other.data());
-    }
 
 private:
     CPinBlock m_block;

@@ -7,6 +7,7 @@
 
 #include "cardlib/des3port.h"
 #include "pindesk/PCSC_Misc.h"
+#include "pindesk/desk.h"
 #include "tests/memory/ownstack.h"
 #include "tests/memory/search.h"
 #include "tests/support/operations.h"
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 #include <iostream>
+#include <stdexcept>
 
 namespace {
 
@@ -25,9 +27,9 @@ constexpr CMasked VALUES[] = {
     {"", "87654321"},
     {"", "13572468"},
     {"", "24681357"},
-    {"first CNS PIN", "Qz7%k"}, // short ones travel padded
+    {"first CNS PIN", "Qz7%kR"}, // short ones travel padded
     {"first CNS PUK", "tY5#mB9&"},
-    {"first DS PIN", "hR2@x"},
+    {"first DS PIN", "hR2@xW"},
     {"first DS PUK", "uG4=dL6-"},
     {"second CNS PIN", "w?Z83kV:"},
     {"second CNS PUK", "n<J62"},
@@ -79,6 +81,8 @@ public:
     Pins All(std::size_t set) const { return {Pin(set), Pin(set + 1), Pin(set + 2), Pin(set + 3)}; }
     SPin Of(std::size_t set, ESecret secret) const { return Pin(set + secret); }
     SCall Protected() const { return {.bProtect = 1, .pKey = m_values[KEY]}; }
+    pindesk_bytes Bytes(std::size_t i) const { return {m_values[i], VALUES[i].size()}; }
+    const Byte* Key() const { return m_values[KEY]; }
     const char* Text(std::size_t i) const { return reinterpret_cast<const char*>(m_values[i]); }
 
 private:
@@ -130,10 +134,98 @@ constexpr SRow ON_ONE_CARD[] = {
     {"reactivate, protected", 0,
      [](auto& g) { return Reactivate(g.Of(SECOND, DS_PUK), g.Of(FIRST, DS_PIN), g.Protected()); }},
 };
-constexpr SRow STARCOS = {
-    "starcos", -32, [](auto& g) { return PCSC_Unblock_Starcos(1, g.Text(WRONG), g.Text(FIRST)); }};
-constexpr SRow M4 = {"m4-1111", -32,
-                     [](auto& g) { return PCSC_Unblock_M4_1111(1, g.Text(WRONG), g.Text(FIRST)); }};
+/// A call through a desk of its own: with the key, or in clear and without it.
+template <class TCall> long OnDesk(const CGiven& given, bool bProtected, TCall call)
+{
+    pindesk_desk* const pDesk = pindesk_open();
+    pindesk_options options{};
+    options.size = sizeof options;
+    options.flags = PINDESK_ANY_CHARACTERS;
+    if (!bProtected) {
+        options.flags |= PINDESK_NO_SECURE_MESSAGING;
+    }
+    options.sm_key = options.admin_key = bProtected ? given.Key() : nullptr;
+    const pindesk_outcome eOutcome = call(pDesk, &options);
+    pindesk_close(pDesk);
+    return eOutcome;
+}
+
+template <pindesk_secret SECRET, std::size_t VALUE, bool PROTECTED> long DeskVerify(const CGiven& g)
+{
+    return OnDesk(g, PROTECTED, [&](auto* pDesk, auto* pOptions) {
+        return pindesk_verify(pDesk, SECRET, g.Bytes(VALUE), pOptions, nullptr);
+    });
+}
+
+template <pindesk_secret SECRET, std::size_t FROM, std::size_t TO, bool PROTECTED>
+long DeskChange(const CGiven& g)
+{
+    return OnDesk(g, PROTECTED, [&](auto* pDesk, auto* pOptions) {
+        return pindesk_change(pDesk, SECRET, g.Bytes(FROM), g.Bytes(TO), pOptions, nullptr);
+    });
+}
+
+template <pindesk_secret PIN, std::size_t PUK, std::size_t TO, bool PROTECTED>
+long DeskUnblock(const CGiven& g)
+{
+    return OnDesk(g, PROTECTED, [&](auto* pDesk, auto* pOptions) {
+        return pindesk_unblock(pDesk, PIN, g.Bytes(PUK), g.Bytes(TO), pOptions, nullptr);
+    });
+}
+
+template <bool PROTECTED> long DeskLock(const CGiven& g)
+{
+    return OnDesk(g, PROTECTED, [&](auto* pDesk, auto* pOptions) {
+        pindesk_set_key(pDesk, PINDESK_KEY_SECURE_MESSAGING, g.Key());
+        return pindesk_lock(pDesk, pOptions, nullptr);
+    });
+}
+
+template <std::size_t TO, bool PROTECTED> long DeskReactivate(const CGiven& g)
+{
+    return OnDesk(g, PROTECTED, [&](auto* pDesk, auto* pOptions) {
+        return pindesk_reactivate(pDesk, g.Bytes(FIRST + DS_PUK), g.Bytes(TO), pOptions, nullptr);
+    });
+}
+
+template <pindesk_operation FAMILY> long DeskFamily(const CGiven& g)
+{
+    return OnDesk(g, false, [&](auto* pDesk, auto* pOptions) {
+        pOptions->flags |= PINDESK_USE_LAST_TRY;
+        return pindesk_unblock_family(pDesk, FAMILY, g.Bytes(WRONG), g.Bytes(FIRST), pOptions,
+                                      nullptr);
+    });
+}
+
+/// Likewise.
+constexpr SRow ON_DESKS[] = {
+    {"desk: CNS PIN", 0, DeskChange<PINDESK_CNS_PIN, OF_FRESH, FIRST, false>},
+    {"desk: CNS PUK", 0, DeskChange<PINDESK_CNS_PUK, OF_FRESH + CNS_PUK, FIRST + CNS_PUK, false>},
+    {"desk: verify", 0, DeskVerify<PINDESK_CNS_PIN, FIRST, false>},
+    {"desk: a wrong one", PINDESK_WRONG_SECRET, DeskVerify<PINDESK_CNS_PIN, WRONG, false>},
+    {"desk: unblock CNS", 0, DeskUnblock<PINDESK_CNS_PIN, FIRST + CNS_PUK, SECOND, false>},
+    {"desk: DS PIN, protected", 0,
+     DeskChange<PINDESK_DS_PIN, OF_FRESH + DS_PIN, FIRST + DS_PIN, true>},
+    {"desk: DS PUK, protected", 0,
+     DeskChange<PINDESK_DS_PUK, OF_FRESH + DS_PUK, FIRST + DS_PUK, true>},
+    {"desk: verify, protected", 0, DeskVerify<PINDESK_DS_PUK, FIRST + DS_PUK, true>},
+    {"desk: a wrong one, protected", PINDESK_WRONG_SECRET, DeskVerify<PINDESK_DS_PIN, WRONG, true>},
+    {"desk: unblock DS, protected", 0,
+     DeskUnblock<PINDESK_DS_PIN, FIRST + DS_PUK, SECOND + DS_PIN, true>},
+    {"desk: DS PIN", 0, DeskChange<PINDESK_DS_PIN, SECOND + DS_PIN, FIRST + DS_PIN, false>},
+    {"desk: unblock DS", 0, DeskUnblock<PINDESK_DS_PIN, FIRST + DS_PUK, SECOND + DS_PIN, false>},
+    {"desk: lock", 0, DeskLock<false>},
+    {"desk: reactivate", 0, DeskReactivate<FIRST + DS_PIN, false>},
+    {"desk: lock, protected", 0, DeskLock<true>},
+    {"desk: reactivate, protected", 0, DeskReactivate<SECOND + DS_PIN, true>},
+};
+/// Two on a card of each other family.
+constexpr SRow ON_OTHERS[] = {
+    {"starcos", -32, [](auto& g) { return PCSC_Unblock_Starcos(1, g.Text(WRONG), g.Text(FIRST)); }},
+    {"desk: starcos", PINDESK_WRONG_SECRET, DeskFamily<PINDESK_OP_UNBLOCK_STARCOS>},
+    {"m4-1111", -32, [](auto& g) { return PCSC_Unblock_M4_1111(1, g.Text(WRONG), g.Text(FIRST)); }},
+    {"desk: m4-1111", PINDESK_WRONG_SECRET, DeskFamily<PINDESK_OP_UNBLOCK_M4_1111>},
+};
 
 std::string Describe(const std::vector<SHit>& hits)
 {
@@ -167,12 +259,16 @@ void RunHere(const SRow& row)
 /// The row that a child is asked for.
 const SRow* Find(const std::string& name)
 {
-    for (const SRow& row : ON_ONE_CARD) {
-        if (row.szName == name) {
-            return &row;
+    for (const std::span<const SRow> rows :
+         {std::span<const SRow>(ON_ONE_CARD), std::span<const SRow>(ON_DESKS),
+          std::span<const SRow>(ON_OTHERS)}) {
+        for (const SRow& row : rows) {
+            if (row.szName == name) {
+                return &row;
+            }
         }
     }
-    return name == STARCOS.szName ? &STARCOS : &M4;
+    throw std::invalid_argument(name);
 }
 
 void ExpectNothingLeft(const SRow& row)
@@ -201,10 +297,19 @@ TEST(Memory, HoldsNoSecretAfterAnOperation)
     }
 }
 
+TEST(Memory, HoldsNoSecretAfterAnOperationOfTheDesk)
+{
+    const CVirtualCard card;
+    for (const SRow& row : ON_DESKS) {
+        ExpectNothingLeft(row);
+    }
+}
+
 TEST(Memory, HoldsNoSecretAfterUnblockingACardOfAnotherFamily)
 {
-    for (const SRow& row : {STARCOS, M4}) {
-        const CVirtualCard card({"--profile", row.szName});
+    for (const SRow& row : ON_OTHERS) {
+        const std::string profile = row.szName;
+        const CVirtualCard card({"--profile", profile.substr(profile.find(' ') + 1)});
         ExpectNothingLeft(row);
     }
 }

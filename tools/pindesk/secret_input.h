@@ -45,7 +45,16 @@ public:
     bool IsEmpty() const { return m_cb == 0; }
 
     std::string_view View() const { return {reinterpret_cast<const char*>(m_ab.data()), m_cb}; }
-    bool Equals(std::string_view text) const { return View() == text; }
+    /// Byte by byte: memcmp would leave the value in wide registers, and the first call of a
+    /// function elsewhere writes those to the stack while it is bound.
+    bool Equals(std::string_view text) const
+    {
+        bool isSame = m_cb == text.size();
+        for (std::size_t i = 0; isSame && i < m_cb; ++i) {
+            isSame = View()[i] == text[i];
+        }
+        return isSame;
+    }
     bool Equals(const CSecretInput& other) const { return Equals(other.View()); }
 
 private:
