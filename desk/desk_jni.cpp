@@ -471,6 +471,11 @@ jint Java_it_velmar_pindesk_Native_outcomeOfCode(JNIEnv*, jclass, jint code)
     return pindesk_code_outcome(code);
 }
 
+jint Java_it_velmar_pindesk_Native_nextOfCode(JNIEnv*, jclass, jint code)
+{
+    return pindesk_code_next(code);
+}
+
 jbyteArray Java_it_velmar_pindesk_Native_words(JNIEnv* env, jclass, jint what, jbyteArray original,
                                                jint number, jbyteArray language)
 {

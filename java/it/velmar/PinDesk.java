@@ -144,6 +144,8 @@ public class PinDesk {
      *     #SELECT_FAILED}, {@link #CHANGE_CNS_PIN}, {@link #VERIFY_CNS_PIN}, {@link
      *     #BLOCKED_CNS_PIN}, {@link #NEW_CNS_PIN_LENGTH}, {@link #CNS_PIN_LENGTH} or {@link
      *     #MISSING_ARGUMENT}
+     * @see it.velmar.pindesk.Desk#change(it.velmar.pindesk.Target, it.velmar.pindesk.Secret,
+     *     char[], char[])
      */
     public native long ChangePinCNS(int numslot, String oldPinCNS, String newPinCNS);
 
@@ -157,6 +159,8 @@ public class PinDesk {
      *     #SELECT_FAILED}, {@link #CHANGE_CNS_PUK}, {@link #VERIFY_CNS_PUK}, {@link
      *     #BLOCKED_CNS_PUK}, {@link #NEW_CNS_PUK_LENGTH}, {@link #CNS_PUK_LENGTH} or {@link
      *     #MISSING_ARGUMENT}
+     * @see it.velmar.pindesk.Desk#change(it.velmar.pindesk.Target, it.velmar.pindesk.Secret,
+     *     char[], char[])
      */
     public native long ChangePukCNS(int numslot, String oldPukCNS, String newPukCNS);
 
@@ -171,6 +175,8 @@ public class PinDesk {
      *     #VERIFY_DS_PIN} (also when the card refuses the protection of the old value), {@link
      *     #BLOCKED_DS_PIN}, {@link #NEW_DS_PIN_LENGTH}, {@link #DS_PIN_LENGTH} or {@link
      *     #MISSING_ARGUMENT}
+     * @see it.velmar.pindesk.Desk#change(it.velmar.pindesk.Target, it.velmar.pindesk.Secret,
+     *     char[], char[])
      */
     public native long ChangePinDS(int numslot, String oldPinDS, String newPinDS);
 
@@ -185,6 +191,8 @@ public class PinDesk {
      *     #VERIFY_DS_PUK} (also when the card refuses the protection of the old value), {@link
      *     #BLOCKED_DS_PUK}, {@link #NEW_DS_PUK_LENGTH}, {@link #DS_PUK_LENGTH} or {@link
      *     #MISSING_ARGUMENT}
+     * @see it.velmar.pindesk.Desk#change(it.velmar.pindesk.Target, it.velmar.pindesk.Secret,
+     *     char[], char[])
      */
     public native long ChangePukDS(int numslot, String oldPukDS, String newPukDS);
 
@@ -201,6 +209,8 @@ public class PinDesk {
      *     #SELECT_FAILED}, {@link #UNBLOCK_CNS_PIN}, {@link #VERIFY_CNS_PUK}, {@link
      *     #READER_FAILED}, {@link #BLOCKED_CNS_PUK}, {@link #NEW_CNS_PIN_LENGTH} or {@link
      *     #CNS_PUK_LENGTH}
+     * @see it.velmar.pindesk.Desk#unblock(it.velmar.pindesk.Target, it.velmar.pindesk.Secret,
+     *     char[], char[])
      */
     public native long UnBlockPinCNS(int numslot, String PukCNS, String PinCNS);
 
@@ -217,6 +227,8 @@ public class PinDesk {
      *     #SELECT_FAILED}, {@link #SECURE_MESSAGING}, {@link #UNBLOCK_DS_PIN}, {@link
      *     #VERIFY_DS_PUK}, {@link #READER_FAILED}, {@link #BLOCKED_DS_PUK}, {@link
      *     #NEW_DS_PIN_LENGTH} or {@link #DS_PUK_LENGTH}
+     * @see it.velmar.pindesk.Desk#unblock(it.velmar.pindesk.Target, it.velmar.pindesk.Secret,
+     *     char[], char[])
      */
     public native long UnBlockPinDS(int numslot, String PukDS, String PinDS);
 

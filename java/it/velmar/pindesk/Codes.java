@@ -22,6 +22,14 @@ public final class Codes {
     }
 
     /**
+     * What makes sense after a result code.
+     *
+     * @param code a result code
+     * @return a suggestion
+     */
+    public static Next next(int code) { return Numbered.of(Next.class, Native.nextOfCode(code)); }
+
+    /**
      * Says what a result code means.
      *
      * @param code a result code

@@ -81,6 +81,9 @@ final class Native {
     /** The outcome's number. */
     static native int outcomeOfCode(int code);
 
+    /** The number of what makes sense next. */
+    static native int nextOfCode(int code);
+
     private static native byte[] words(int what, byte[] original, int number, byte[] language);
 
     static String text(int what, byte[] original, int number, Locale locale) {

@@ -13,7 +13,9 @@ public enum Note implements Numbered {
     /** The administration key was blocked for good, by this call. */
     ADMIN_KEY_BLOCKED(3),
     /** The card has no serial number: it is held to by its answer to reset. */
-    SERIAL_NOT_CHECKED(4);
+    SERIAL_NOT_CHECKED(4),
+    /** The call was made with {@link Options#anyCharacters}. */
+    ANY_CHARACTERS(5);
 
     private final int number;
 
