@@ -53,10 +53,13 @@ TEST_F(Readers, AreOutOfReachOfADeskForAReason)
         {"SCardConnect", SCARD_W_UNPOWERED_CARD, PINDESK_NO_CARD, PINDESK_DETAIL_MUTE, -3},
     };
     pindesk_desk* const pDesk = pindesk_open();
-    const pindesk_options second{.size = sizeof second, .slot = 2};
+    pindesk_options second{};
+    second.size = sizeof second;
+    second.slot = 2;
     for (const auto& row : rows) {
         card.FailCall(row.szCall, row.lCode);
-        pindesk_report report{.size = sizeof report};
+        pindesk_report report{};
+        report.size = sizeof report;
         EXPECT_EQ(row.eOutcome, pindesk_serial(pDesk, &second, nullptr, &report));
         EXPECT_EQ(row.eDetail, report.detail);
         EXPECT_EQ(row.iCode, report.code);
