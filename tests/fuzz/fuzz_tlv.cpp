@@ -45,5 +45,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t cbD
     if (bValid) {
         CheckFound(chain[0], chain);
     }
+    // what else hosts make of a card's bytes
+    std::vector<char> text(2 * chain.size());
+    BCD2ASC(text.data(), chain.data(), chain.size());
+    const unsigned int uCrc = Crc16(chain.data(), chain.size());
+    MemInvert(chain.data(), chain.size());
+    MemInvert(chain.data(), chain.size());
+    Require(uCrc == Crc16(chain.data(), chain.size()));
     return 0;
 }
