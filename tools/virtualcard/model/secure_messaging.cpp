@@ -14,7 +14,7 @@ namespace vcard {
 namespace {
 
 constexpr std::uint8_t ISO_PADDING = 0x01; // padding indicator of a cryptogram object
-constexpr std::size_t RANDOM = 8, CHECKSUM = 8;
+constexpr std::size_t RANDOM = 8;
 // The most data that still leaves the sealed answer within 255 bytes.
 constexpr std::size_t MAX_SEALED_DATA = 239;
 
