@@ -172,6 +172,13 @@ bool CCall::Pause()
     return GoOn();
 }
 
+bool CCall::AwaitAbandoned(const std::stop_token& over)
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, over, [this] { return m_bAbandoned; });
+    return !over.stop_requested();
+}
+
 std::thread CCall::Start(const std::shared_ptr<CCall>& self, Work work)
 {
     const CBlockedSignals blocked;
@@ -208,6 +215,7 @@ bool CCall::IsTooLate(const std::atomic<unsigned>& cancels, unsigned uCancels, S
 void CCall::Abandon(SResult why)
 {
     m_bAbandoned = true;
+    m_changed.notify_all();
     m_pRequest->Wipe(); // the thread reads them only after Commit(), which now refuses
     if (m_ePhase == EPhase::SEARCHING) {
         m_public.outcome = why.eOutcome;

@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <stop_token>
 #include <thread>
 
 namespace desk {
@@ -71,6 +72,8 @@ public:
     void Recover();
     /// Lets a moment pass. \return GoOn().
     bool Pause();
+    /// Waits until the caller has gone. \return false when it is over before that.
+    bool AwaitAbandoned(const std::stop_token& over);
 
     // ---- of the caller ----
 
@@ -97,7 +100,7 @@ private:
     const Clock::time_point m_start;
 
     mutable std::mutex m_mutex;
-    std::condition_variable m_changed;
+    std::condition_variable_any m_changed;
     EPhase m_ePhase = EPhase::SEARCHING;
     bool m_bAbandoned = false, m_bEnded = false;
     std::optional<Clock::time_point> m_end; ///< of its time

@@ -15,12 +15,6 @@ using namespace desk;
 
 namespace {
 
-bool SameAs(const pindesk_reader& a, const pindesk_reader& b)
-{
-    return a.has_card == b.has_card && a.is_mute == b.is_mute && std::strcmp(a.name, b.name) == 0 &&
-           std::equal(a.atr, a.atr + a.atr_size, b.atr, b.atr + b.atr_size);
-}
-
 constexpr std::uint32_t Bit(pindesk_operation eOperation)
 {
     return std::uint32_t{1} << eOperation;
@@ -108,6 +102,16 @@ pindesk_outcome FillIn(pindesk_desk* pDesk, const pindesk_options* pOptions, pin
     });
 }
 
+/// How long a call that watches may wait inside the service.
+Clock::duration Longest(const SRequest& request, std::optional<Clock::time_point> end)
+{
+    Clock::duration longest = std::chrono::seconds(10);
+    if (request.timeout) {
+        longest = std::min<Clock::duration>(longest, *request.timeout / 2);
+    }
+    return end ? std::min(longest, *end - Clock::now()) : longest;
+}
+
 /// Lists the readers, once they differ from those that are known.
 pindesk_outcome NextReaders(pindesk_desk* pDesk, const pindesk_options* pOptions,
                             pindesk_report* pReport, const Readers* pKnown, Readers& readers)
@@ -118,20 +122,22 @@ pindesk_outcome NextReaders(pindesk_desk* pDesk, const pindesk_options* pOptions
         Serve(pDesk, pOptions, pReport, PINDESK_OP_LOOK, {},
               [snapshot, bFirst, known = bFirst ? Readers() : *pKnown](CCall& call) {
                   CService service;
-                  const bool bEnds =
-                      call.Request().wait && *call.Request().wait != Clock::duration(0);
-                  const auto end =
-                      Clock::now() + call.Request().wait.value_or(std::chrono::milliseconds(0));
-                  for (;;) {
+                  std::optional<Clock::time_point> end;
+                  if (call.Request().wait && *call.Request().wait != Clock::duration(0)) {
+                      end = Clock::now() + *call.Request().wait;
+                  }
+                  for (bool bSettled = false;; bSettled = true) {
                       call.Tell(List(call, service, *snapshot));
                       const bool bSame = std::equal(snapshot->begin(), snapshot->end(),
                                                     known.begin(), known.end(), SameAs);
                       if (bFirst || !bSame || call.report.outcome != PINDESK_DONE || !call.GoOn() ||
-                          (bEnds && Clock::now() >= end)) {
+                          (end && Clock::now() >= *end)) {
                           return;
                       }
                       call.RenewTime();
-                      AwaitChange(call, service, *snapshot);
+                      // a reader seldom comes alone
+                      AwaitChange(call, service, *snapshot,
+                                  bSettled ? Longest(call.Request(), end) : MOMENT);
                   }
               });
     if (eOutcome == PINDESK_DONE) {

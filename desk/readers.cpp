@@ -16,7 +16,6 @@ namespace desk {
 
 namespace {
 
-constexpr DWORD MOMENT = 200;                                  // ms
 constexpr const char* NEW_READERS = "\\\\?PnP?\\Notification"; // pcsc-lite's name for their coming
 
 SResult Names(SCARDCONTEXT hContext, std::vector<std::string>& names)
@@ -68,6 +67,23 @@ bool Contains(std::string_view name, const std::string& strPart)
     return std::search(name.begin(), name.end(), strPart.begin(), strPart.end(), SameLetter) !=
            name.end();
 }
+
+/// Ends a wait inside the service when the caller of the call has gone.
+class CWaker {
+public:
+    CWaker(CCall& call, SCARDCONTEXT hContext)
+        : m_thread([&call, hContext](const std::stop_token& over) {
+              while (call.AwaitAbandoned(over)) {
+                  SCardCancel(hContext); // it is not heard by a wait that has not begun
+                  call.Pause();
+              }
+          })
+    {
+    }
+
+private:
+    std::jthread m_thread;
+};
 
 /// The one reader with a card; without a card the one reader there is.
 SResult OnlyOne(const Readers& candidates, pindesk_reader& reader)
@@ -121,18 +137,37 @@ SResult List(CCall& call, CService& service, Readers& readers)
     return result;
 }
 
-void AwaitChange(CCall& call, CService& service, const Readers& readers)
+bool SameAs(const pindesk_reader& a, const pindesk_reader& b)
+{
+    return a.has_card == b.has_card && a.is_mute == b.is_mute && std::strcmp(a.name, b.name) == 0 &&
+           std::equal(a.atr, a.atr + a.atr_size, b.atr, b.atr + b.atr_size);
+}
+
+void AwaitChange(CCall& call, const CService& service, const Readers& readers,
+                 Clock::duration atMost)
 {
     std::vector<SCARD_READERSTATE> states(readers.size() + 1);
-    states[0].szReader = NEW_READERS;
     for (std::size_t i = 0; i < readers.size(); ++i) {
-        states[i + 1].szReader = readers[i].name;
+        states[i].szReader = readers[i].name;
     }
+    states.back().szReader = NEW_READERS;
     SCardGetStatusChange(service.Handle(), 0, states.data(), states.size());
-    for (SCARD_READERSTATE& state : states) {
-        state.dwCurrentState = state.dwEventState; // what is so by now is no change
+    bool bSame = true;
+    for (std::size_t i = 0; i < readers.size(); ++i) {
+        bSame = bSame && SameAs(Describe(states[i], i), readers[i]);
     }
-    SCardGetStatusChange(service.Handle(), MOMENT, states.data(), states.size());
+    for (SCARD_READERSTATE& state : states) {
+        state.dwCurrentState = state.dwEventState;
+    }
+    if (bSame) {
+        const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(atMost);
+        std::optional<CWaker> waker;
+        if (atMost > MOMENT) {
+            waker.emplace(call, service.Handle());
+        }
+        SCardGetStatusChange(service.Handle(), static_cast<DWORD>(wait.count()), states.data(),
+                             states.size());
+    }
     call.Pause(); // also where the service answers at once
 }
 

@@ -16,8 +16,15 @@ using Readers = std::vector<pindesk_reader>;
 /// Lists the readers and what is in them, in the order of their slots; none is no failure.
 SResult List(CCall& call, CService& service, Readers& readers);
 
-/// Waits a moment, or until something is no longer as in the list.
-void AwaitChange(CCall& call, CService& service, const Readers& readers);
+/// Whether nothing has come or gone in a reader, as far as a list tells.
+bool SameAs(const pindesk_reader& a, const pindesk_reader& b);
+
+constexpr std::chrono::milliseconds MOMENT{200};
+
+/// Waits until something is no longer as in the list, or the time is over. A reader that came since
+/// the list was made is not noticed; a caller that goes ends a wait that is longer than a moment.
+void AwaitChange(CCall& call, const CService& service, const Readers& readers,
+                 Clock::duration atMost = MOMENT);
 
 /// Looks for the card of a call, and waits for it as long as the call says. Its reader goes into
 /// the report.

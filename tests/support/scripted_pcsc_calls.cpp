@@ -293,6 +293,11 @@ LONG SCardGetStatusChange(SCARDCONTEXT hContext, DWORD dwTimeout, SCARD_READERST
     });
 }
 
+LONG SCardCancel(SCARDCONTEXT hContext)
+{
+    return OnContext("SCardCancel", hContext, [](auto&, auto&) -> LONG { return SCARD_S_SUCCESS; });
+}
+
 LONG SCardTransmit(SCARDHANDLE hCard, const SCARD_IO_REQUEST* pioSendPci, LPCBYTE pbSendBuffer,
                    DWORD cbSendLength, SCARD_IO_REQUEST*, LPBYTE pbRecvBuffer,
                    LPDWORD pcbRecvLength)

@@ -33,6 +33,9 @@ std::shared_ptr<CService> CurrentService()
 void ForgetService()
 {
     const std::lock_guard lock(g_mutex);
+    if (g_service != nullptr) {
+        g_service->Stop();
+    }
     g_service.reset();
     g_bMade = false;
 }

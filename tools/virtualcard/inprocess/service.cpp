@@ -209,6 +209,14 @@ void CService::Play(EEvent event)
     }
 }
 
+void CService::Stop()
+{
+    const Lock lock(m_mutex);
+    m_bKilled = true;
+    Die();
+    m_changed.notify_all();
+}
+
 nlohmann::json CService::Counters()
 {
     const Lock lock(m_mutex);

@@ -60,6 +60,9 @@ public:
     /// Lets something happen between two calls, to the first reader or to the service.
     void Play(EEvent event);
 
+    /// Ends it for good, and the waiting inside it.
+    void Stop();
+
     /// Of the cards, by the names of their readers.
     nlohmann::json Counters();
 
