@@ -11,6 +11,7 @@
 #include "tests/support/nomemory.h"
 #include "tests/support/operation_test.h"
 
+#include <algorithm>
 #include <climits>
 #include <set>
 
@@ -77,7 +78,8 @@ struct SRun {
     int nExchanges = 0;
     int nAuthentications = 0;
     bool bFaultHitSecret = false;
-    std::vector<Bytes> secrets; ///< commands that brought a PIN or PUK, in their order
+    std::vector<Bytes> secrets;           ///< commands that brought a PIN or PUK, in their order
+    std::set<std::uint8_t> protectedOnes; ///< instructions that came in an envelope
     SEnvelope envelope{KEY, KEY};
 
     SAnswer Exchange(const Bytes& command, const SAnswer* pFault)
@@ -100,6 +102,7 @@ struct SRun {
             envelope.hostRandom.assign(command.begin() + 5, command.end());
         }
         if (command[0] == PROTECTED) {
+            protectedOnes.insert(command[1]);
             envelope.header.assign(command.begin(), command.begin() + 4);
             return envelope.ProtectAnswer(libcrypto::IsoPadded({'A'}));
         }
@@ -184,12 +187,16 @@ TEST_P(FaultSweep, NeverPresentsASecretTwiceUnderTheTryGuard)
 
 TEST_P(FaultSweep, ShortMemoryIsAFailureToBeginOrNoneAtAll)
 {
+    const auto usual = Good().protectedOnes;
     int cObjects = 0;
     for (bool bFelt = true; bFelt; ++cObjects) {
         const SRun run = Run(0x9000, NEVER, false, nullptr, cObjects);
         bFelt = CNoMemory::WasFelt();
         const bool bNothingSent = run.secrets.empty() && run.nAuthentications == 0;
         EXPECT_TRUE(run.lResult == 0 || bNothingSent) << cObjects;
+        EXPECT_TRUE(std::includes(usual.begin(), usual.end(), run.protectedOnes.begin(),
+                                  run.protectedOnes.end()))
+            << cObjects;
     }
     EXPECT_LT(1, cObjects);
 }
