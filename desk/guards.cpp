@@ -71,7 +71,7 @@ struct SWeaknessRule {
     bool (*weak)(pindesk_bytes value);
     pindesk_weakness eWeakness;
 };
-constexpr SWeaknessRule WEAKNESSES[] = {
+constexpr SWeaknessRule WEAKNESS_RULES[] = {
     {[](pindesk_bytes value) { return IsRun(value, 0); }, PINDESK_WEAKNESS_SAME_DIGIT},
     {[](pindesk_bytes value) { return IsRun(value, 1) || IsRun(value, -1); }, PINDESK_WEAKNESS_RUN},
     {IsFactory, PINDESK_WEAKNESS_FACTORY},
@@ -134,9 +134,9 @@ SResult CheckValue(pindesk_secret eSecret, bool bNew, pindesk_bytes value, std::
 
 pindesk_weakness WeaknessOf(pindesk_bytes value)
 {
-    const auto* const pRule = std::find_if(std::begin(WEAKNESSES), std::end(WEAKNESSES),
+    const auto* const pRule = std::find_if(std::begin(WEAKNESS_RULES), std::end(WEAKNESS_RULES),
                                            [&](auto& rule) { return rule.weak(value); });
-    return pRule == std::end(WEAKNESSES) ? PINDESK_WEAKNESS_NONE : pRule->eWeakness;
+    return pRule == std::end(WEAKNESS_RULES) ? PINDESK_WEAKNESS_NONE : pRule->eWeakness;
 }
 
 bool SameValue(pindesk_bytes a, pindesk_bytes b)

@@ -14,8 +14,7 @@
 //
 // Threads: as in desk.h. Memory: values are viewed, never copied here. Nothing throws but a shortage
 // of memory (std::bad_alloc). Visitors are called on the caller's thread, are not empty, and must
-// not throw: an exception would have to pass through C. With Qt, define QT_NO_KEYWORDS: one of its
-// keywords is `forever`.
+// not throw: an exception would have to pass through C.
 
 #ifndef PINDESK_DESK_HPP
 #define PINDESK_DESK_HPP

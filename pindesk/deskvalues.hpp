@@ -62,7 +62,7 @@ private:
 };
 
 /// As a length of time: without end.
-constexpr std::chrono::milliseconds forever{PINDESK_FOREVER};
+constexpr std::chrono::milliseconds without_end{PINDESK_FOREVER};
 
 namespace details {
 
@@ -170,9 +170,9 @@ private:
 struct options {
     key_view sm_key{}, admin_key{};    ///< without one, the desk's
     std::string language{};            ///< of the report: a BCP 47 tag; "" and unknown: English
-    std::chrono::milliseconds wait{0}; ///< for a missing card; or forever
+    std::chrono::milliseconds wait{0}; ///< for a missing card; or without_end
     std::chrono::milliseconds timeout{
-        30'000};                      ///< for programs, readers, a removed card; or forever
+        30'000};                      ///< for programs, readers, a removed card; or without_end
     bool use_last_try = false;        ///< send a value although one try is left
     bool any_characters = false;      ///< values of printable ASCII instead of digits
     bool keep_verified = false;       ///< leave the card verified for every program

@@ -7,7 +7,7 @@ namespace window {
 SCard LookAt(pindesk::desk& desk, const SSeen& seen, const Waiting& waiting)
 {
     pindesk::options how;
-    how.timeout = pindesk::forever;
+    how.timeout = pindesk::without_end;
     how.waiting = waiting;
     SCard card{seen.uInsertion, desk.find({std::string(seen.reader.name())}, how)};
     if (!card.card) {
