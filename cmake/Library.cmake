@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # libpindesk.so. Its objects are also what the unit tests link, over a scripted PC/SC.
 file(GLOB_RECURSE PINDESK_SOURCES CONFIGURE_DEPENDS cardlib/*.cpp desk/*.cpp pindesk/*.cpp)
-list(FILTER PINDESK_SOURCES EXCLUDE REGEX "/desk/words\\.cpp$") # with the catalogue
+list(FILTER PINDESK_SOURCES EXCLUDE REGEX "/desk/(reasons|words)\\.cpp$") # with the catalogue
 include(cmake/Catalogue.cmake)
 if(NOT TARGET pindesk_jni)
     list(FILTER PINDESK_SOURCES EXCLUDE REGEX "_jni\\.cpp$")
