@@ -49,7 +49,7 @@ long WriteAdmin(const TInfo& info, const TField (&access)[N], CK_BYTE* pTlvData,
                 CK_ULONG* pulTlvDataSize, CK_BBOOL bUseSM)
 {
     // Room for both forms is asked for, on purpose: callers size one buffer for either.
-    constexpr CK_ULONG NEEDED = 3 * 2 + std::size(BSO_IDENTIFIER) + N + std::size(BSO_SM);
+    constexpr CK_ULONG NEEDED = 3UL * 2 + std::size(BSO_IDENTIFIER) + N + std::size(BSO_SM);
     if (const long lResult = CheckRoom(pTlvData, pulTlvDataSize, NEEDED)) {
         return lResult;
     }
