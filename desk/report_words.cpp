@@ -129,6 +129,8 @@ constexpr SDoneText DOUBTS[] = {
 
 constexpr const char* EMPTY_READER = Msg("There is no card in {reader}.");
 constexpr const char* EMPTY_ALL = Msg("There is no card in any reader.");
+constexpr const char* TRIES_NOT_TOLD =
+    Msg("The card does not tell how many tries the {secret} has left: a wrong value may block it.");
 constexpr const char* NOTHING_SENT = Msg("Nothing was sent to the card.");
 constexpr const char* NOTHING_CHANGED = Msg("Nothing was changed.");
 constexpr const char* STILL_ACTIVE = Msg("The {target} is still active.");
@@ -232,6 +234,9 @@ private:
         }
         if (m_report.detail == PINDESK_DETAIL_BAD_KEY) {
             return BadKey();
+        }
+        if (m_report.detail == PINDESK_DETAIL_LAST_TRY && m_report.tries_left < 0) {
+            return Say(TRIES_NOT_TOLD);
         }
         const auto* const pRow =
             std::find_if(std::begin(DETAILS), std::end(DETAILS),

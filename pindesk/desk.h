@@ -75,7 +75,7 @@ typedef enum pindesk_detail {
     PINDESK_DETAIL_SEVERAL_CARDS = 12,   /**< several readers hold a card that fits */
 
     /* with PINDESK_REFUSED */
-    PINDESK_DETAIL_LAST_TRY = 20,            /**< one try is left: see PINDESK_USE_LAST_TRY */
+    PINDESK_DETAIL_LAST_TRY = 20,            /**< one try left or not told: PINDESK_USE_LAST_TRY */
     PINDESK_DETAIL_DEACTIVATED = 21,         /**< the PIN is deactivated: reactivate it first */
     PINDESK_DETAIL_ACTIVE_ALREADY = 22,      /**< nothing to reactivate */
     PINDESK_DETAIL_DEACTIVATED_ALREADY = 23, /**< nothing to lock */

@@ -40,14 +40,29 @@ void Type(CPerson& person, const char* szField, const CMasked& value)
     }
 }
 
-/// Presents a value, sets another, and closes.
+/// Whether no secret is in the process. Says where one is.
+bool NothingIsLeft()
+{
+    std::vector<CMasked> secrets;
+    for (const SValue& value : {OLD, CHANGED, PUK, UNBLOCKED}) {
+        secrets.insert(secrets.end(), {value.typed, value.text});
+    }
+    const std::vector<SHit> hits = FindInMemory(secrets);
+    for (const SHit& hit : hits) {
+        std::cerr << hit.szSecret << " in " << hit.where << '\n';
+    }
+    return hits.empty();
+}
+
+/// Presents a value, sets another, and closes. What was freed is looked for at once, before other
+/// things are written over it.
 bool Carry(CPerson& person, const char* szButton, const CMasked& presented, const CMasked& fresh)
 {
     person.Press(szButton);
     Type(person, "presented", presented);
     Type(person, "fresh", fresh);
     Type(person, "again", fresh);
-    return person.EndsWith("has its new value") && person.Closes() &&
+    return person.EndsWith("has its new value") && NothingIsLeft() && person.Closes() &&
            person.Awaits("state cns-pin", "3 tries");
 }
 
@@ -78,16 +93,8 @@ int main(int argc, char** argv)
         !Carry(person, "2 cns-pin", FACTORY, OLD.typed) ||
         !Carry(person, "2 cns-pin", OLD.typed, CHANGED.typed) || !Block(person) ||
         !Carry(person, "3 cns-pin", PUK.typed, UNBLOCKED.typed)) {
-        std::cerr << "the PIN was not changed, or not unblocked\n";
+        std::cerr << "the PIN was not changed, or not unblocked, or stayed in memory\n";
         return 1;
     }
-    std::vector<CMasked> secrets;
-    for (const SValue& value : {OLD, CHANGED, PUK, UNBLOCKED}) {
-        secrets.insert(secrets.end(), {value.typed, value.text});
-    }
-    const std::vector<SHit> hits = FindInMemory(secrets);
-    for (const SHit& hit : hits) {
-        std::cerr << hit.szSecret << " in " << hit.where << '\n';
-    }
-    return hits.empty() ? 0 : 1;
+    return NothingIsLeft() ? 0 : 1;
 }
